@@ -1,0 +1,83 @@
+// What every module does the same way: refuse NULL arguments, report failed bounded routines.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "qor_host.h"
+#include "qor_types.h"
+
+namespace qor {
+
+// The place that a report names: the module's source name, whatever file the module's code is
+// spread over, and the line of the call that made this object.
+struct Where {
+    constexpr Where(const char *name, uint32_t at = __builtin_LINE()) : source(name), line(at) {}
+    const char *source;
+    uint32_t line;
+};
+
+inline void Report(Where where) {
+    HOST_Assert(where.source, where.line, 0);
+}
+
+// When a pointer to T is as bad as NULL. A module specialises it for a record that is useless
+// without what it refers to.
+template <class T>
+struct NullRule {
+    static constexpr bool IsNull(const T *p) { return p == nullptr; }
+};
+
+template <class T>
+struct NullRule<T *> {  // a cursor
+    static constexpr bool IsNull(T *const *p) { return p == nullptr || *p == nullptr; }
+};
+
+// Tells whether one of the arguments is NULL, and then reports it: once, however many are.
+template <class... T>
+bool RefuseNull(Where where, T *...args) {
+    if ((!NullRule<std::remove_const_t<T>>::IsNull(args) && ...)) [[likely]] {
+        return false;
+    }
+    Report(where);
+    return true;
+}
+
+// memcpy_s whose failure is reported. Nothing to copy is no call: the bounded routine would take a
+// NULL source for an error even then.
+inline int CopyChecked(Where where, void *dst, size_t room, const void *src, size_t n) {
+    if (n == 0) {
+        return 0;
+    }
+    const int result = memcpy_s(dst, room, src, n);
+    if (result != 0) {
+        Report(where);
+    }
+    return result;
+}
+
+inline void CopyTextChecked(Where where, char *dst, size_t room, const char *src) {
+    if (strcpy_s(dst, room, src) != 0) {
+        Report(where);
+    }
+}
+
+// Passes a formatter's result on; a negative one is reported.
+inline int FormatChecked(Where where, int stored) {
+    if (stored < 0) {
+        Report(where);
+    }
+    return stored;
+}
+
+// Releases what *p points at and clears it. p must not point into a packed record.
+template <class T>
+void FreeAndClear(Where where, T **p) {
+    if (*p != nullptr) {
+        HOST_MemFree(*p, where.source, where.line);
+        *p = nullptr;
+    }
+}
+
+}  // namespace qor
