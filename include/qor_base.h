@@ -59,7 +59,7 @@ QOR_EXPORT int32_t QOR_IP_CompareAddr(const QOR_IP_ADDR_S *a, const QOR_IP_ADDR_
 QOR_EXPORT uint32_t QOR_IP_ConstructAddr(uint32_t ipv4, const uint8_t *ipv6, QOR_IP_ADDR_S *out);
 
 /* Writes the text of addr into buf of size octets (at least QOR_IP_TEXT_LEN).
- * IPv6 follows RFC 5952. Returns QOR_OK; QOR_ERR_ARG for a NULL argument or too
+ * IPv6 is compressed. Returns QOR_OK; QOR_ERR_ARG for a NULL argument or too
  * small a buffer; QOR_FAIL for an unknown family or when the host refuses. */
 QOR_EXPORT uint32_t QOR_IP_ToString(const QOR_IP_ADDR_S *addr, char *buf, uint32_t size);
 

@@ -122,12 +122,14 @@ void *HOST_DllFind(HOST_DLL_S *head, const void *key, HOST_DLL_CMP_PF compare);
 extern const uint8_t g_aucHostMemPt[];
 
 /* Allocates size octets for module moduleId, aligned for any object, or
- * returns NULL. Used for module contexts; file and line name the call. */
+ * returns NULL. Used for module contexts and black boxes; file and line name the
+ * call. */
 void *HOST_MemAlloc(uint64_t moduleId, uint8_t partition, uint32_t size, const char *file,
                     uint32_t line);
 
 /* Allocates as HOST_MemAlloc does; tag is a small number that differs per
- * allocation site. Used for everything but module contexts. */
+ * allocation site. Used for log contexts and for what is allocated on behalf of
+ * callers. */
 void *HOST_MemAllocBySid(uint64_t moduleId, uint32_t size, uint32_t tag);
 
 /* Releases memory of either allocator; NULL is ignored. */
@@ -245,7 +247,7 @@ void HOST_IpAddrToStr(uint32_t ip, char *out);
 /* As HOST_IpAddrToStr, cut to size - 1 characters. */
 void HOST_IpAddrToStrEx(uint32_t ip, char *out, uint32_t size);
 
-/* Writes the text of an IPv6 address (RFC 5952). Group i of the address is
+/* Writes the text of an IPv6 address, compressed as inet_ntop(3) does. Group i of the address is
  * bits 16*i to 16*i+15 of the first word for i 0 to 3, of the second for 4 to
  * 7. Returns 0, non-zero when size is too small. */
 uint32_t HOST_Inet6Ntoa(uint64_t groups0to3, uint64_t groups4to7, char *out, uint32_t size);

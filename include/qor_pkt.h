@@ -83,15 +83,16 @@ QOR_EXPORT uint32_t QOR_LDP_PKT_CopySignalMsg(QOR_LDP_SIGNAL_MSG_S *dst,
                                               const QOR_PKT_CTX_S *ctx);
 
 /* Copies the two buffers of a Label Mapping, interface parameters and
- * description, after the flat part was copied. Returns QOR_OK; QOR_FAIL for NULL
- * or when memory was short (what was made stays in *dst). */
+ * description, after the flat part was copied. Returns QOR_OK; QOR_FAIL for NULL,
+ * for dst == src or when memory was short (what was made stays in *dst, and a
+ * length may stand there without its buffer: release *dst). */
 QOR_EXPORT uint32_t QOR_LDP_PKT_CopySignalMappingMsg(QOR_LDP_SIGNAL_MSG_S *dst,
                                                      const QOR_LDP_SIGNAL_MSG_S *src,
                                                      const QOR_PKT_CTX_S *ctx);
 
 /* Releases what *msg owns by its ulMsgType and clears those pointers and
- * lengths. Right for decoded records, copies and hand-built ones; may be called
- * again. */
+ * lengths. Right for decoded records, copies, and records that were zeroed and
+ * then filled by hand; may be called again. */
 QOR_EXPORT void QOR_LDP_PKT_FreeSignalMsg(QOR_LDP_SIGNAL_MSG_S *msg, const QOR_PKT_CTX_S *ctx);
 
 /* Releases the unknown-TLV list, nodes and data, and empties it; of a decoded

@@ -1,6 +1,6 @@
 /*
- * FEC elements and interface parameters of pseudowires (RFC 8077 sections 5.4,
- * 6.1, 6.2; RFC 4446 section 3.3).
+ * FEC elements and interface parameters of pseudowires (RFC 8077 sections 6.1,
+ * 6.2, 6.4; RFC 4446 section 3.3).
  *
  * Decoders take the octets of one element or list and the number of octets that
  * are left of the TLV; they never read behind those. Encoders take no buffer
@@ -62,7 +62,7 @@ QOR_EXPORT uint32_t QOR_LDP_PKT_DecodeVcFec129(const uint8_t *element, uint32_t 
                                                QOR_LDP_PWID_FEC_INFO_S *fecInfo, uint32_t *outLen);
 
 /* Writes a PWid element with the interface parameters of fecInfo, twice when
- * signalMsg has QOR_LDP_FLAG_REPEAT_FEC: at most 518 octets. Without a PW ID
+ * signalMsg has QOR_LDP_FLAG_REPEAT_FEC: at most 526 octets. Without a PW ID
  * it writes 8. Returns the octets written; 0 for NULL. */
 QOR_EXPORT uint32_t QOR_LDP_PKT_EncodePWidFecWithIntfPara(uint8_t *out,
                                                           const QOR_LDP_PWID_FEC_INFO_S *fecInfo,

@@ -61,10 +61,10 @@ QOR_BEGIN_DECLS
 #define QOR_LDP_PKT_MAX_MSG_LEN UINT32_C(4096)
 
 /* What the buffer of every message encoder must hold, in octets. No encoder
- * takes a length: a record can ask for up to 12,367 octets. */
+ * takes a length: a record can ask for up to 12,600 octets. */
 #define QOR_LDP_PKT_ENC_BUF_LEN UINT32_C(16384)
 
-/* LDP status codes (RFC 5036 section 3.9, RFC 8077 section 8). */
+/* LDP status codes (RFC 5036 section 3.9, RFC 8077 section 8.2). */
 #define QOR_LDP_STATUS_UNKNOWN_TLV UINT32_C(0x06)
 #define QOR_LDP_STATUS_BAD_TLV_LEN UINT32_C(0x07)
 #define QOR_LDP_STATUS_MALFORMED_TLV UINT32_C(0x08)

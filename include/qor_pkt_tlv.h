@@ -129,7 +129,7 @@ QOR_EXPORT uint32_t QOR_LDP_PKT_EncodeUnknownTlv(uint8_t **cursor,
                                                  const QOR_LDP_SIGNAL_MSG_S *signalMsg,
                                                  const uint8_t *bufferEnd, QOR_PKT_CTX_S *ctx);
 
-/* PW Group ID TLV 0x096C (RFC 8077 section 6.4.2): 8 octets. */
+/* PW Group ID TLV 0x096C (RFC 8077 section 6.2.2.2): 8 octets. */
 QOR_EXPORT uint32_t QOR_LDP_PKT_EncodeGroupIdTlv(uint8_t **cursor, uint32_t groupId);
 
 /* Writes the value of a switching-point TLV for min(count, QOR_LDP_PKT_SPE_MAX)

@@ -22,8 +22,7 @@ inline void Report(Where where) {
     HOST_Assert(where.source, where.line, 0);
 }
 
-// When a pointer to T is as bad as NULL. A module specialises it for a record that is useless
-// without what it refers to.
+// When a pointer to T is as bad as NULL.
 template <class T>
 struct NullRule {
     static constexpr bool IsNull(const T *p) { return p == nullptr; }

@@ -31,7 +31,7 @@ inline constexpr uint16_t kFBit = 0x4000;
 inline constexpr uint16_t kTlvTypeMask = 0x3FFF;
 inline constexpr uint16_t kMsgTypeMask = 0x7FFF;
 
-// TLV types, RFC 5036 section 3.4 and RFC 8077 section 8; U and F bits removed.
+// TLV types, RFC 5036 section 3.4 and RFC 8077 section 8.1; U and F bits removed.
 inline constexpr uint16_t kTlvFec = 0x0100;
 inline constexpr uint16_t kTlvAddrList = 0x0101;
 inline constexpr uint16_t kTlvPathVector = 0x0104;
@@ -55,14 +55,19 @@ inline constexpr uint16_t kLabelAddrLen = 10;
 inline constexpr uint32_t kLabelAddrMask = 0x3FFFFFFF;
 
 // ---- Reporting
+// A reporting context may lack its codec context: then nothing is traced, and a line that cannot be
+// written is the log's to report.
 
 inline QOR_LOG_S *LogOf(const QOR_PKT_CTX_S *ctx) {
+    if (ctx == nullptr) {
+        return nullptr;
+    }
     return reinterpret_cast<QOR_LOG_S *>(static_cast<uintptr_t>(ctx->ulLogHandle));
 }
 
 // Only exactly 1 traces.
 inline bool Tracing(const QOR_PKT_CTX_S *ctx) {
-    return ctx->ulDebugSwitch == 1;
+    return ctx != nullptr && ctx->ulDebugSwitch == 1;
 }
 
 // ---- Decoding messages
@@ -222,14 +227,3 @@ bool ForEachNode(const HOST_DLL_S &list, Visit visit) {
 void AppendNode(HOST_DLL_S *list, QOR_LDP_UNKNOWN_TLV_S *node);
 
 }  // namespace qor::pkt
-
-namespace qor {
-
-template <>
-struct NullRule<QOR_LDP_PKT_LOG_S> {  // useless without the codec context that it refers to
-    static constexpr bool IsNull(const QOR_LDP_PKT_LOG_S *log) {
-        return log == nullptr || log->pstCtx == nullptr;
-    }
-};
-
-}  // namespace qor

@@ -200,6 +200,7 @@ uint32_t QOR_LDP_PKT_DecodeVcFec129(const uint8_t *element, uint32_t remaining,
     ReadPwWord(element, fecInfo);
     if (infoLen == 0) {
         fecInfo->ucPwIdPresent = 0;
+        id = {};
         id.ucAgiType = id.ucSaiiType = id.ucTaiiType = kIdType;
         id.ucAgiLen = kAgiLen;
         id.ucSaiiLen = id.ucTaiiLen = kAiiLen;

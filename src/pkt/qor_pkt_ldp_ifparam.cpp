@@ -1,4 +1,4 @@
-// Interface parameters (RFC 4446 section 3.3, RFC 8077 section 6.4.1): the sub-TLV list of a PWid
+// Interface parameters (RFC 4446 section 3.3, RFC 8077 section 6.4): the sub-TLV list of a PWid
 // element and of the Interface Parameters TLV, and the description that comes with it.
 #include <cstring>
 
@@ -294,11 +294,14 @@ uint32_t QOR_LDP_PKT_DecodeIntfDescSubTlv(const uint8_t *subTlv, QOR_LDP_INTF_PA
 
 uint32_t QOR_LDP_PKT_SetIntfDesc(QOR_LDP_INTF_PARA_S *intfPara, QOR_LDP_PKT_LOG_S *logCtx,
                                  const uint8_t *subTlv, uint32_t textLength) {
-    if (RefuseNull(kDecode, intfPara, logCtx, subTlv)) {
+    if (RefuseNull(kDecode, intfPara, logCtx, subTlv) || RefuseNull(kDecode, logCtx->pstCtx)) {
         return QOR_FAIL;
     }
-    auto *text = static_cast<char *>(
-        HOST_MemAllocBySid(logCtx->pstCtx->ulSid, textLength + 1, kTagDecodedDesc));
+    char *text = nullptr;
+    if (textLength != UINT32_MAX) {  // no room for the NUL: as good as no memory
+        text = static_cast<char *>(
+            HOST_MemAllocBySid(logCtx->pstCtx->ulSid, textLength + 1, kTagDecodedDesc));
+    }
     if (RefuseNull(kDecode, text)) {
         return QOR_FAIL;
     }
@@ -316,7 +319,7 @@ void QOR_LDP_PKT_FreeIntfDesc(QOR_LDP_PWID_FEC_INFO_S *fecInfo) {
 
 void QOR_LDP_PKT_FillMappingIntfDesc(QOR_LDP_PWID_FEC_INFO_S *fecInfo, QOR_LDP_PKT_LOG_S *logCtx,
                                      QOR_LDP_SIGNAL_MSG_S *signalMsg) {
-    if (RefuseNull(kDecode, fecInfo, logCtx, signalMsg)) {
+    if (RefuseNull(kDecode, fecInfo, logCtx, signalMsg) || RefuseNull(kDecode, logCtx->pstCtx)) {
         return;
     }
     const char *text = fecInfo->stIntfPara.szIntfDesc;

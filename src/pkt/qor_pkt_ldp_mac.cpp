@@ -1,5 +1,5 @@
 // MAC Withdraw: an Address Withdraw message for a pseudowire (RFC 4762 section 6.2), with the MAC
-// list (0x0404), PE-ID list (0x0405, RFC 7361), flush (0x0406) and vendor TLVs.
+// list (0x0404), PE-ID list (0x0405), flush (0x0406) and vendor TLVs.
 #include <cstring>
 
 #include "pkt/qor_pkt_ldp.hpp"
@@ -28,8 +28,8 @@ void StoreMac(const QOR_LDP_TLV_HDR_S *header, const uint8_t *data, uint32_t len
     msg->pucMacList = pkt::Borrow(data, length);
 }
 
-// ---- Which of several MAC TLVs stays: a list with addresses beats PE-IDs, an empty list beats
-// nothing, and the flush and flap TLVs beat what came before.
+// ---- Which of several MAC TLVs stays. The last one, but PE-IDs do not displace a list with
+// addresses, and an empty list displaces nothing but lists.
 
 uint32_t DecodeMacList(Walk &walk, const Tlv &tlv) {
     if (tlv.header.usLength == 0) {
@@ -118,8 +118,8 @@ bool HasMacData(const QOR_LDP_SIGNAL_MSG_S *msg) {
     return msg->ulMacLen != 0 && msg->pucMacList != nullptr;
 }
 
-// The list itself is never written: receivers of this message flush all addresses of the
-// pseudowire but those learnt from the sender.
+// The addresses themselves are not written: an empty list makes the receiver forget all that it has
+// not learnt from the sender (RFC 4762 section 6.2), six octets are the caller's to fill in.
 void PutMacList(wire::Writer &out, const QOR_LDP_SIGNAL_MSG_S *msg) {
     if ((msg->usFlags & QOR_LDP_FLAG_REPEAT_FEC) != 0) {
         pkt::PutTlvHeader(out, pkt::kUBit | QOR_LDP_TLV_MAC_LIST, kMacLen);

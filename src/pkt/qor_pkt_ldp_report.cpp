@@ -51,8 +51,7 @@ void QOR_LDP_PKT_OutputErrMsg(const QOR_LDP_PKT_LOG_S *log, const char *reason, 
     // Callers may pass a length beyond the end of their text.
     char copy[kReasonLen] = "";
     qor::CopyChecked(kDecode, copy, sizeof copy, reason, strnlen(reason, len));
-    const QOR_PKT_ERR_OUTPUT_PF output = log->pstCtx->pfnErrOutput;
-    if (output == nullptr) {
+    if (log->pstCtx == nullptr || log->pstCtx->pfnErrOutput == nullptr) {
         return;
     }
     char peer[16];
@@ -61,7 +60,7 @@ void QOR_LDP_PKT_OutputErrMsg(const QOR_LDP_PKT_LOG_S *log, const char *reason, 
     FormatChecked(kDecode, snprintf_s(text, kTextLen, kTextLen - 1,
                                       "MessageType=%s, PeerIpAddress=%s, ErrorReason=%s",
                                       log->szMsgName, peer, copy));
-    output(text, log->pstCtx->ulErrOutputArg);
+    log->pstCtx->pfnErrOutput(text, log->pstCtx->ulErrOutputArg);
 }
 
 void QOR_LDP_PKT_LogUnknownFecType(const QOR_LDP_PKT_LOG_S *log, uint8_t fecType) {

@@ -184,7 +184,7 @@ uint32_t QOR_LDP_PKT_EncodeUnknownTlv(uint8_t **cursor, const QOR_LDP_SIGNAL_MSG
     return QOR_OK;
 }
 
-// ---- PW Group ID, RFC 8077 section 6.4.2
+// ---- PW Group ID, RFC 8077 section 6.2.2.2
 
 uint32_t QOR_LDP_PKT_EncodeGroupIdTlv(uint8_t **cursor, uint32_t groupId) {
     if (RefuseNull(kEncode, cursor)) {
