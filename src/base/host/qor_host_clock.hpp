@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+
+namespace qor::host {
+
+inline constexpr uint64_t kNsPerSecond = 1'000'000'000;
+
+// Nanoseconds of the clock that nobody sets.
+uint64_t MonotonicNs();
+
+}  // namespace qor::host

@@ -1,0 +1,97 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <thread>
+
+#include "qor_host_posix.h"
+
+namespace {
+
+using Reader = uint32_t (*)(uint32_t *, uint32_t *);
+
+uint64_t Read(Reader reader) {
+    uint32_t high = 0xAAAAAAAA;
+    uint32_t low = 0xAAAAAAAA;
+    EXPECT_EQ(reader(&high, &low), 0u);
+    return uint64_t{high} << 32 | low;
+}
+
+uint32_t CpuMs(uint32_t *high, uint32_t *low) {
+    HOST_GetCpuTick(high, low);
+    return HOST_CpuTick2Ms(*high, *low, high, low);
+}
+
+uint32_t MsOfSecondNow(uint32_t *high, uint32_t *low) {
+    uint32_t sec = 0;
+    uint32_t micro = 1'000'000;
+    EXPECT_EQ(HOST_SecondNow(&sec, &micro), 0u);
+    EXPECT_LT(micro, 1'000'000u);
+    *high = 0;  // the test takes differences: 32 bits are enough
+    *low = sec * 1000 + micro / 1000;
+    return 0;
+}
+
+TEST(Clock, AgesAdvanceWithTime) {
+    uint32_t tickHigh = 1;
+    uint32_t tickLow = 0;
+    EXPECT_EQ(HOST_TickMs2Tick(0, 30, &tickHigh, &tickLow), 0u);
+    EXPECT_EQ(tickHigh, 0u);
+    for (const Reader reader : {CpuMs, MsOfSecondNow, HOST_TickGet}) {
+        const uint32_t unit = reader == HOST_TickGet ? tickLow : 30;
+        const auto before = static_cast<uint32_t>(Read(reader));
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        const uint32_t elapsed = static_cast<uint32_t>(Read(reader)) - before;
+        EXPECT_GE(elapsed + 1, unit);
+        EXPECT_LT(elapsed, unit * 100);
+    }
+}
+
+TEST(Clock, SecondsAreThoseOfTheSystem) {
+    EXPECT_LE(Read(HOST_GetSystemTime) - static_cast<uint64_t>(time(nullptr)) + 1, 2u);
+    double uptime = 0;
+    std::ifstream("/proc/uptime") >> uptime;
+    EXPECT_NEAR(static_cast<double>(Read(HOST_GetUptimeSec)), uptime, 2);
+}
+
+TEST(Clock, DatesFollowTheZone) {
+    setenv("TZ", "XST-2XDT,M3.5.0/3,M10.5.0/4", 1);
+    tzset();
+    const struct {
+        uint32_t seconds;
+        HOST_SYSTIME_S local;
+    } rows[] = {
+        {0, {1970, 1, 1, 2, 0, 0, 4, 0}},
+        {1772719629, {2026, 3, 5, 16, 7, 9, 4, 0}},
+        {1782910800, {2026, 7, 1, 16, 0, 0, 3, 0}},  // summer time
+        {UINT32_MAX, {2106, 2, 7, 8, 28, 15, 0, 0}},
+    };
+    uint32_t high = 1;
+    uint32_t low = 1;
+    for (const auto &row : rows) {
+        HOST_SYSTIME_S t{};
+        EXPECT_EQ(HOST_SystimeSec2Time(row.seconds, &t), 0u);
+        EXPECT_EQ(HOST_SystimeCompare(&t, &row.local, &low), 0u) << row.seconds;
+        EXPECT_EQ(t.ucWeekDay, row.local.ucWeekDay) << row.seconds;
+        EXPECT_EQ(HOST_SystimeSecSince1970(&t, &high, &low), 0u);
+        EXPECT_EQ(uint64_t{high} << 32 | low, row.seconds);
+    }
+    for (const HOST_SYSTIME_S &refused : {HOST_SYSTIME_S{2026, 2, 29, 0, 0, 0, 0, 0},
+                                          HOST_SYSTIME_S{1969, 12, 31, 0, 0, 0, 0, 0}}) {
+        EXPECT_NE(HOST_SystimeSecSince1970(&refused, &high, &low), 0u);
+    }
+
+    HOST_SYSTIME_S gmt{};
+    HOST_SYSTIME_S local{};
+    EXPECT_EQ(HOST_GmtSystimeGet(&gmt), 0u);
+    EXPECT_EQ(HOST_SystimeGet(&local), 0u);
+    EXPECT_EQ(HOST_SystimeRelSecCal(&gmt, &local, &low), 0u);
+    EXPECT_TRUE(low % 3600 <= 1 && (low / 3600 == 2 || low / 3600 == 3)) << low;
+    EXPECT_EQ(HOST_SystimeSecSince1970(&local, &high, &low), 0u);
+    EXPECT_LE(static_cast<uint64_t>(time(nullptr)) - low, 1u);
+    unsetenv("TZ");
+    tzset();
+}
+
+}  // namespace

@@ -1,0 +1,274 @@
+#include "test_platform.hpp"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "base/host/qor_host_calendar.hpp"
+
+namespace qor::test {
+namespace {
+
+// Formats into a line of a sink.
+void Record(Sink sink, uint32_t key, const char *fmt, va_list ap) {
+    char text[8192];
+    const int length = vsnprintf(text, sizeof text, fmt, ap);
+    EXPECT_TRUE(length >= 0 && length < static_cast<int>(sizeof text)) << fmt;
+    Platform::Get().lines.push_back({sink, key, length < 0 ? "" : text});
+}
+
+uint64_t Arm(Timer timer) {
+    static uint64_t lastHandle = 0x700000000;  // more than 32 bits: a cut handle shows
+    Platform &host = Platform::Get();
+    if (host.failTimers) {
+        return 0;
+    }
+    timer.handle = ++lastHandle;
+    host.timers.push_back(timer);
+    return timer.handle;
+}
+
+// Fills a reading of two words, or nothing when clocks fail.
+uint32_t Read(uint64_t value, uint32_t *high, uint32_t *low) {
+    const uint32_t result = Platform::Get().clockResult;
+    if (result == 0) {
+        *high = static_cast<uint32_t>(value >> 32);
+        *low = static_cast<uint32_t>(value);
+    }
+    return result;
+}
+
+uint32_t ReadTime(HOST_SYSTIME_S *t) {
+    const Platform &host = Platform::Get();
+    if (host.clockResult == 0) {
+        *t = host.time;
+    }
+    return host.clockResult;
+}
+
+constexpr uint64_t Pair(uint32_t high, uint32_t low) {
+    return uint64_t{high} << 32 | low;
+}
+
+}  // namespace
+
+Platform &Platform::Get() {
+    static Platform platform = [] {
+        Platform fresh;
+        fresh.Reset();
+        return fresh;
+    }();
+    return platform;
+}
+
+void Platform::Reset() {
+    auto live = std::move(live_);
+    *this = Platform{};
+    live_ = std::move(live);
+    time = HOST_SYSTIME_S{2026, 3, 5, 14, 7, 9, 4, 42};
+}
+
+void Platform::FailAllocation(uint32_t nth) {
+    failIn_ = nth;
+}
+
+size_t Platform::LiveBlocks() const {
+    return live_.size();
+}
+
+std::vector<std::string> Platform::Texts(Sink sink) const {
+    std::vector<std::string> texts;
+    for (const Line &line : lines) {
+        if (line.sink == sink) {
+            texts.push_back(line.text);
+        }
+    }
+    return texts;
+}
+
+void *Platform::Allocate(Allocation allocation) {
+    allocationCalls++;
+    if (failIn_ != 0 && --failIn_ == 0) {
+        return nullptr;
+    }
+    void *p = malloc(allocation.size);
+    if (!p) {
+        ADD_FAILURE() << "no memory for " << allocation.size << " octets";
+        return nullptr;
+    }
+    memset(p, 0xA5, allocation.size);
+    allocations.push_back(allocation);
+    live_.emplace(p, std::move(allocation));
+    return p;
+}
+
+void Platform::Release(void *p) {
+    if (!p) {
+        return;
+    }
+    if (live_.erase(p) == 0) {
+        ADD_FAILURE() << "freed what is no live block: " << p;
+        return;
+    }
+    free(p);
+}
+
+void PlatformTest::SetUp() {
+    host.Reset();
+    liveBefore_ = host.LiveBlocks();
+}
+
+void PlatformTest::TearDown() {
+    if (host.LiveBlocks() == liveBefore_) {
+        return;
+    }
+    std::string list;
+    for (const auto &[p, block] : host.live_) {
+        list += "\n  " + std::to_string(block.size) + " octets, module " +
+                std::to_string(block.sid) + ", " +
+                (block.tag < 0 ? block.file : "tag " + std::to_string(block.tag));
+    }
+    ADD_FAILURE() << host.LiveBlocks() << " blocks are live after the test, " << liveBefore_
+                  << " were before it:" << list;
+}
+
+}  // namespace qor::test
+
+using qor::test::Pair;
+using qor::test::Platform;
+using qor::test::Read;
+using qor::test::ReadTime;
+using qor::test::Sink;
+
+const uint8_t g_aucHostMemPt[] = {0x11, 0x22, 0x33, 0x44};
+
+void *HOST_MemAlloc(uint64_t moduleId, uint8_t partition, uint32_t size, const char *file,
+                    uint32_t /*line*/) {
+    return Platform::Get().Allocate({moduleId, size, partition, -1, file});
+}
+
+void *HOST_MemAllocBySid(uint64_t moduleId, uint32_t size, uint32_t tag) {
+    return Platform::Get().Allocate({moduleId, size, -1, tag, {}});
+}
+
+void HOST_MemFree(void *p, const char * /*file*/, uint32_t /*line*/) {
+    Platform::Get().Release(p);
+}
+
+void HOST_Assert(const char *file, uint32_t line, uint32_t zero) {
+    Platform::Get().asserts.push_back({file, line, zero});
+}
+
+uint64_t HOST_TimerCreateOnce(uint64_t owner, uint32_t interval, uint32_t timerType, uint64_t param,
+                              uint32_t ten) {
+    return qor::test::Arm({0, owner, interval, timerType, param, ten, false});
+}
+
+uint64_t HOST_TimerCreatePeriod(uint64_t owner, uint32_t interval, uint32_t timerType,
+                                uint64_t param, uint32_t ten) {
+    return qor::test::Arm({0, owner, interval, timerType, param, ten, true});
+}
+
+uint32_t HOST_TimerDelete(uint64_t owner, uint64_t handle) {
+    const auto isIt = [&](const qor::test::Timer &timer) {
+        return timer.owner == owner && timer.handle == handle;
+    };
+    return std::erase_if(Platform::Get().timers, isIt) == 1 ? 0 : 1;
+}
+
+uint32_t HOST_SystimeGet(HOST_SYSTIME_S *t) {
+    return ReadTime(t);
+}
+
+uint32_t HOST_GmtSystimeGet(HOST_SYSTIME_S *t) {
+    return ReadTime(t);
+}
+
+uint32_t HOST_GetSystemTime(uint32_t *secHigh, uint32_t *secLow) {
+    return Read(Platform::Get().systemSeconds, secHigh, secLow);
+}
+
+uint32_t HOST_GetUptimeSec(uint32_t *secHigh, uint32_t *secLow) {
+    return Read(Platform::Get().uptimeSeconds, secHigh, secLow);
+}
+
+uint32_t HOST_SecondNow(uint32_t *sec, uint32_t *subSec) {
+    const uint64_t ticks = Platform::Get().ticks;
+    return Read((ticks / 1000) << 32 | ticks % 1000 * 1000, sec, subSec);
+}
+
+uint32_t HOST_TickGet(uint32_t *tickHigh, uint32_t *tickLow) {
+    return Read(Platform::Get().ticks, tickHigh, tickLow);
+}
+
+uint32_t HOST_TickMs2Tick(uint32_t msHigh, uint32_t msLow, uint32_t *tickHigh, uint32_t *tickLow) {
+    return Read(Pair(msHigh, msLow), tickHigh, tickLow);
+}
+
+void HOST_GetCpuTick(uint32_t *tickHigh, uint32_t *tickLow) {
+    const uint64_t ticks = Platform::Get().ticks;
+    *tickHigh = static_cast<uint32_t>(ticks >> 32);
+    *tickLow = static_cast<uint32_t>(ticks);
+}
+
+uint32_t HOST_CpuTick2Ms(uint32_t tickHigh, uint32_t tickLow, uint32_t *msHigh, uint32_t *msLow) {
+    return Read(Pair(tickHigh, tickLow), msHigh, msLow);
+}
+
+uint32_t HOST_SystimeRelSecCal(const HOST_SYSTIME_S *t1, const HOST_SYSTIME_S *t2,
+                               uint32_t *seconds) {
+    const uint32_t result = Platform::Get().clockResult;
+    return result != 0 ? result : qor::host::RelativeSeconds(*t1, *t2, seconds);
+}
+
+// Local time is GMT here.
+uint32_t HOST_SystimeSec2Time(uint32_t sec, HOST_SYSTIME_S *t) {
+    const uint32_t result = Platform::Get().clockResult;
+    if (result == 0) {
+        const time_t seconds = sec;
+        tm broken{};
+        gmtime_r(&seconds, &broken);
+        qor::host::FromTm(broken, 0, t);
+    }
+    return result;
+}
+
+uint32_t HOST_SystimeSecSince1970(const HOST_SYSTIME_S *t, uint32_t *secHigh, uint32_t *secLow) {
+    int64_t ms = 0;
+    if (!qor::host::ToMilliseconds(*t, &ms) || ms < 0) {
+        return 1;
+    }
+    return Read(static_cast<uint64_t>(ms) / 1000, secHigh, secLow);
+}
+
+void HOST_EventLog(uint32_t cid, uint32_t eventPara, uint64_t eventId, const char *msgName,
+                   const HOST_EVENT_REC_S *rec, const char *reason) {
+    const auto text = [](const char *s) { return std::string(s ? s : "(null)"); };
+    Platform::Get().events.push_back(
+        {cid, eventPara, eventId, text(msgName), rec ? rec->ulPeerIp : 0, text(reason)});
+}
+
+#define RECORD(sink, key)                  \
+    va_list ap;                            \
+    va_start(ap, fmt);                     \
+    qor::test::Record(sink, key, fmt, ap); \
+    va_end(ap)
+
+void HOST_DevLogLimit(uint32_t cid, const char *fmt, ...) {
+    RECORD(Sink::kDevLog, cid);
+}
+
+void HOST_Syslog(uint32_t severity, const char *fmt, ...) {
+    RECORD(Sink::kSyslog, severity);
+}
+
+void HOST_Debug(uint32_t cid, uint32_t /*dbgType*/, uint64_t /*arg64*/, uint32_t /*arg*/,
+                const char *fmt, ...) {
+    RECORD(Sink::kDebug, cid);
+}
+
+void HOST_Printf(const char *fmt, ...) {
+    RECORD(Sink::kConsole, 0);
+}

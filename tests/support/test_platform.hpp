@@ -1,0 +1,114 @@
+// The platform that tests link instead of the default one: it records every report and every
+// line, has clocks that a test sets, timers that a test fires, and an allocator that fails where a
+// test wants it to. The containers and text routines are those of the default platform.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "qor_host.h"
+
+namespace qor::test {
+
+struct AssertReport {
+    std::string file;
+    uint32_t line;
+    uint32_t zero;
+};
+
+enum class Sink { kDevLog, kSyslog, kDebug, kConsole };
+
+struct Line {
+    Sink sink;
+    uint32_t key;  // component id (kDevLog, kDebug) or severity (kSyslog), 0 for kConsole
+    std::string text;
+};
+
+struct Event {
+    uint32_t cid;
+    uint32_t para;
+    uint64_t id;
+    std::string message;
+    uint32_t peer;
+    std::string reason;
+};
+
+struct Allocation {
+    uint64_t sid;
+    uint32_t size;
+    int partition;     // of HOST_MemAlloc, -1 for HOST_MemAllocBySid
+    int64_t tag;       // of HOST_MemAllocBySid, -1 for HOST_MemAlloc
+    std::string file;  // of HOST_MemAlloc
+};
+
+struct Timer {
+    uint64_t handle;
+    uint64_t owner;
+    uint32_t interval;
+    uint32_t type;
+    uint64_t param;
+    uint32_t ten;
+    bool periodic;
+};
+
+// All state of the platform. The HOST_* operations work on Platform::Get().
+class Platform {
+  public:
+    static Platform &Get();
+
+    // Forgets everything that was recorded and goes back to the initial clocks; live blocks stay
+    // known, so that a leak of an earlier test is not hidden.
+    void Reset();
+
+    // Makes the nth allocation from now on fail (1 is the next one), and only that one; 0 none.
+    void FailAllocation(uint32_t nth);
+
+    size_t LiveBlocks() const;
+
+    // Texts of all lines of one sink, in order.
+    std::vector<std::string> Texts(Sink sink) const;
+
+    std::vector<AssertReport> asserts;
+    std::vector<Line> lines;
+    std::vector<Event> events;
+    std::vector<Allocation> allocations;  // every successful one, freed or not
+    uint32_t allocationCalls = 0;         // failed ones included
+    std::vector<Timer> timers;            // armed ones
+    bool failTimers = false;
+
+    // Broken-down time, returned as local and as GMT: 2026-03-05 14:07:09.042 after Reset().
+    HOST_SYSTIME_S time{};
+    // Result of every clock operation that reads or converts; when not 0, nothing is filled.
+    uint32_t clockResult = 0;
+    uint64_t systemSeconds = 0;
+    uint64_t uptimeSeconds = 0;
+    uint64_t ticks = 0;  // scheduler and CPU ticks, one per millisecond
+
+    // What the allocators of the platform do. Blocks have exactly the size that was asked for and
+    // hold 0xA5 octets, so that an octet too far and a read of fresh memory both show.
+    void *Allocate(Allocation allocation);
+    void Release(void *p);
+
+  private:
+    friend class PlatformTest;
+
+    uint32_t failIn_ = 0;
+    std::unordered_map<void *, Allocation> live_;
+};
+
+// Base of test fixtures: a fresh platform before, no live block after each test.
+class PlatformTest : public ::testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+    Platform &host = Platform::Get();
+
+  private:
+    size_t liveBefore_ = 0;  // leaked by earlier tests, which have told so
+};
+
+}  // namespace qor::test
