@@ -1,5 +1,7 @@
 // Allocators over malloc with one account per module id. A header in front of each block leads to
 // the account, so freeing looks nothing up; allocating probes a table that only ever grows.
+#include <pthread.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
@@ -35,7 +37,8 @@ constinit std::atomic<uint64_t> keys[kPlaces];
 constinit Account accounts[kPlaces];
 constinit Account accountOfZero;
 constinit Account accountOfOthers;
-constinit std::atomic<size_t> used;
+size_t used;  // places, under openLock
+pthread_mutex_t openLock = PTHREAD_MUTEX_INITIALIZER;
 
 size_t PlaceOf(uint64_t id) {
     static_assert(kPlaces == 1 << 8);
@@ -61,24 +64,26 @@ Account *FindOrOpen(uint64_t id) {
     if (Account *known = Find(id)) {
         return known;
     }
-    if (id == HOST_POSIX_MEM_OTHERS || used.load(kRelaxed) >= kMaxUsed) {
+    if (id == HOST_POSIX_MEM_OTHERS) {
         return &accountOfOthers;
     }
-    // Reserved first, so that threads that open accounts at once still leave a place free.
-    if (used.fetch_add(1, kRelaxed) >= kMaxUsed) {
-        used.fetch_sub(1, kRelaxed);
-        return &accountOfOthers;
-    }
-    for (size_t place = PlaceOf(id);; place = (place + 1) % kPlaces) {
-        uint64_t key = 0;
-        if (keys[place].compare_exchange_strong(key, id, kRelaxed)) {
-            return &accounts[place];
+    // Rare, so it may lock: an id has one account however many threads bring it at once.
+    pthread_mutex_lock(&openLock);
+    Account *account = Find(id);
+    if (!account) {
+        account = &accountOfOthers;
+        if (used < kMaxUsed) {
+            size_t place = PlaceOf(id);
+            while (keys[place].load(kRelaxed) != 0) {
+                place = (place + 1) % kPlaces;
+            }
+            account = &accounts[place];
+            keys[place].store(id, kRelaxed);
+            used++;
         }
-        if (key == id) {  // another thread was first
-            used.fetch_sub(1, kRelaxed);
-            return &accounts[place];
-        }
     }
+    pthread_mutex_unlock(&openLock);
+    return account;
 }
 
 void *Allocate(uint64_t id, uint32_t size) {
