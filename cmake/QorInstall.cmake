@@ -16,12 +16,17 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/qorConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/qorConfig.cmake ${PROJECT_BINARY_DIR}/qorConfigVersion.cmake
   DESTINATION ${qor_package_dir})
 
+# The way from the pkg-config files up to the prefix: the installed tree may be moved as a whole.
+file(RELATIVE_PATH qor_up /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 foreach(name qor qor-host)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
 
 if(QOR_BUILD_TOOLS)
+  # The installed tool finds the libraries beside it, wherever the prefix is.
+  file(RELATIVE_PATH qor_bin_to_lib /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(qorldp PROPERTIES INSTALL_RPATH "\$ORIGIN/${qor_bin_to_lib}")
   install(TARGETS qorldp RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES ${PROJECT_SOURCE_DIR}/docs/qorldp.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()

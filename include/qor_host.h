@@ -252,7 +252,10 @@ void HOST_IpAddrToStrEx(uint32_t ip, char *out, uint32_t size);
  * 7. Returns 0, non-zero when size is too small. */
 uint32_t HOST_Inet6Ntoa(uint64_t groups0to3, uint64_t groups4to7, char *out, uint32_t size);
 
+/* Returns the characters of s in front of its NUL. */
 uint32_t HOST_StrLen(const char *s);
+
+/* Returns the last c in s, or NULL. */
 char *HOST_StrRChr(const char *s, int c);
 
 /* Compares n octets as unsigned: -1, 0 or 1. */

@@ -8,7 +8,6 @@ namespace {
 using qor::RefuseNull;
 using qor::pkt::kEncode;
 using qor::pkt::LogOf;
-namespace wire = qor::wire;
 namespace pkt = qor::pkt;
 
 struct Encoder {

@@ -1,0 +1,109 @@
+#!/usr/bin/env python3
+"""Compares a built library with its headers and with the lists of its symbols.
+
+exports [--list FILE] LIBRARY HEADER...  it exports what the headers declare, and nothing else
+imports [--list FILE] LIBRARY HEADER...  it takes the listed platform operations, all of which the
+                                         headers declare, and at most the listed C functions
+dynamic LIBRARY SONAME                   its soname, and that it loads nothing but the C library
+comments HEADER...                       every exported declaration has a comment
+"""
+import argparse
+import pathlib
+import re
+import subprocess
+import sys
+
+# Functions have lower-case letters in their names, macros and types have none.
+FUNCTION = re.compile(r"\b((?:QOR|HOST)_\w*[a-z]\w*|\w+_s)\s*\(")
+DATA = re.compile(r"\bextern\b[^;()]*?(\w+)\[")
+SECTION = re.compile(r"/\* -{3,}")
+
+
+def output(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def declared(headers):
+    names = set()
+    for header in headers:
+        text = re.sub(r"/\*.*?\*/|^#.*?$", "", pathlib.Path(header).read_text(), flags=re.S | re.M)
+        names.update(FUNCTION.findall(text), DATA.findall(text))
+    if not names:
+        sys.exit("no declaration found")
+    return names
+
+
+def listed(file):
+    lines = pathlib.Path(file).read_text().split("\n")
+    return {line for line in lines if line and not line.startswith("#")}
+
+
+def symbols(library, kind):
+    """{name: version}, without the weak ones that every shared object refers to."""
+    found = {}
+    for line in output("nm", "-D", kind, library).splitlines():
+        letter, name = line.split()[-2:]
+        if letter not in "wv":
+            found[name.partition("@")[0]] = name.partition("@")[2]
+    return found
+
+
+def same(found, found_in, expected, expected_in):
+    """One line for each name that only one of two sets has."""
+    return [f"{name}: {found_in}, but not {expected_in}" for name in sorted(found - expected)] + [
+        f"{name}: {expected_in}, but not {found_in}" for name in sorted(expected - found)
+    ]
+
+
+def exports(args):
+    defined = set(symbols(args.library, "--defined-only"))
+    faults = same(defined, "exported", declared(args.rest), "declared")
+    if args.list:
+        faults += same(defined, "exported", listed(args.list), "listed")
+    return faults
+
+
+def imports(args):
+    undefined = symbols(args.library, "--undefined-only")
+    allowed = listed(args.list) if args.list else set()
+    contract = declared(args.rest)
+    platform = {name for name, version in undefined.items() if not version.startswith("GLIBC")}
+    faults = same(platform, "taken", allowed & contract, "listed")
+    if args.list:
+        faults += same(set(undefined) - platform - allowed, "taken", set(), "listed")
+    return faults + [f"{name}: taken, but no header declares it" for name in platform - contract]
+
+
+def dynamic(args):
+    entries = re.findall(r"\((\w+)\)[^\[\n]*\[(.*?)\]", output("readelf", "-dW", args.library))
+    faults = same({v for k, v in entries if k == "SONAME"}, "the soname", set(args.rest), "expected")
+    needed = {v for k, v in entries if k == "NEEDED"}
+    return faults + [f"loads {v}" for v in needed if not re.match(r"(libc|ld-linux[\w-]*)\.so", v)]
+
+
+def comments(args):
+    """A comment covers the declarations that follow it without a blank line."""
+    faults = []
+    for header in [args.library, *args.rest]:
+        commented, inside = False, False
+        for number, line in enumerate(pathlib.Path(header).read_text().split("\n"), 1):
+            if line.startswith("/*"):
+                inside = True
+                commented = not SECTION.match(line)
+            elif not line:
+                commented = False
+            elif not inside and line.startswith("QOR_EXPORT") and not commented:
+                faults.append(f"{header}:{number}: no comment")
+            inside = inside and "*/" not in line
+    return faults
+
+
+parser = argparse.ArgumentParser(usage=__doc__)
+parser.add_argument("check", choices=["exports", "imports", "dynamic", "comments"])
+parser.add_argument("--list")
+parser.add_argument("library")
+parser.add_argument("rest", nargs="*")
+arguments = parser.parse_args()
+problems = globals()[arguments.check](arguments)
+print("\n".join(problems))
+sys.exit(bool(problems))
