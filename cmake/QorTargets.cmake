@@ -52,6 +52,10 @@ function(qor_add_library name output alias)
     add_library(${target} ${kind} $<TARGET_OBJECTS:${name}_objects>)
     add_library(qor::${export} ALIAS ${target})
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:qor_flags>)
+    if(kind STREQUAL SHARED)
+      # CMake names the C++ runtime of some compilers although nothing of it is used.
+      target_link_options(${target} PRIVATE -Wl,--as-needed)
+    endif()
     target_include_directories(${target} PUBLIC
       $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
       $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)

@@ -19,6 +19,7 @@ struct Record {
 };
 #pragma pack(pop)
 
+// Members of these records are compared with == where ASSERT_EQ would bind a misaligned reference.
 constexpr HOST_AVL_NODE_S kUnlinked{nullptr, nullptr, nullptr, -1, -1};
 
 int CompareKeys(const void *a, const void *b) {
@@ -153,6 +154,7 @@ TEST(Dll, KeepsWithModel) {
         const bool linked = at != model.end();
         ASSERT_EQ(HOST_DllFind(&head, &item.key, CompareItem), linked ? &item : nullptr);
         HOST_DllDelete(&head, &item.node);  // nothing happens when it is in no list
+        ASSERT_TRUE(!item.node.pstNext && !item.node.pstPrev);
         if (linked) {
             model.erase(at);
         } else {

@@ -1,6 +1,7 @@
 // Memory accounts and assertion reports of the default platform.
 #include <gtest/gtest.h>
 
+#include <barrier>
 #include <map>
 #include <thread>
 #include <vector>
@@ -44,10 +45,14 @@ TEST(Memory, IsCountedPerModule) {
     // block of each module behind.
     constexpr uint64_t kModules = 300;
     std::vector<std::vector<void *>> left(4);
+    std::barrier together(static_cast<ptrdiff_t>(left.size()));
     std::vector<std::thread> threads;
     for (auto &blocks : left) {
-        threads.emplace_back([&blocks] {
+        threads.emplace_back([&] {
             for (uint64_t i = 0; i < kModules * 20; i++) {
+                if (i < kModules) {
+                    together.arrive_and_wait();
+                }
                 void *p = HOST_MemAllocBySid(1000 + i % kModules, 8, 1);
                 if (i < kModules) {
                     blocks.push_back(p);

@@ -25,10 +25,10 @@ constinit qor::host::Slot<HOST_POSIX_EVENT_PF> eventSlot;
 // ---- Limit of the developer log
 
 struct Component {
-    uint32_t cid;
-    bool known;
+    uint32_t cid = 0;
+    bool known = false;
     qor::host::Bucket bucket;
-    uint64_t dropped;
+    uint64_t dropped = 0;
 };
 
 // Component ids in the order in which they came; the last place is for all that came too late.

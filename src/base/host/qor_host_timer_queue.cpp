@@ -130,8 +130,7 @@ uint32_t TimerQueue::Run(uint64_t now) {
     uint32_t fired = 0;
     while (NextDeadline() <= now) {
         const Entry due = heap_[0];
-        // A copy: the callback may make the table move.
-        const Slot slot = slots_[due.slot];
+        const Slot &slot = slots_[due.slot];  // not to be used after the callback, which may arm
         if (slot.period != 0) {
             const uint64_t periods = (now - due.deadline) / slot.period + 1;
             Sift(0, Entry{due.deadline + periods * slot.period, due.slot});
