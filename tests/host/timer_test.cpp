@@ -22,9 +22,7 @@ struct Expiries {
     static void Note(void *user, uint32_t type, uint64_t param) {
         auto *self = static_cast<Expiries *>(user);
         self->params.push_back(param);
-        if (self->then) {
-            self->then(type);
-        }
+        if (self->then) { self->then(type); }
     }
 };
 

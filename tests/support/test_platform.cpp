@@ -22,9 +22,7 @@ void Record(Sink sink, uint32_t key, const char *fmt, va_list ap) {
 uint64_t Arm(Timer timer) {
     static uint64_t lastHandle = 0x700000000;  // more than 32 bits: a cut handle shows
     Platform &host = Platform::Get();
-    if (host.failTimers) {
-        return 0;
-    }
+    if (host.failTimers) { return 0; }
     timer.handle = ++lastHandle;
     host.timers.push_back(timer);
     return timer.handle;
@@ -42,15 +40,11 @@ uint32_t Read(uint64_t value, uint32_t *high, uint32_t *low) {
 
 uint32_t ReadTime(HOST_SYSTIME_S *t) {
     const Platform &host = Platform::Get();
-    if (host.clockResult == 0) {
-        *t = host.time;
-    }
+    if (host.clockResult == 0) { *t = host.time; }
     return host.clockResult;
 }
 
-constexpr uint64_t Pair(uint32_t high, uint32_t low) {
-    return uint64_t{high} << 32 | low;
-}
+constexpr uint64_t Pair(uint32_t high, uint32_t low) { return uint64_t{high} << 32 | low; }
 
 }  // namespace
 
@@ -70,29 +64,21 @@ void Platform::Reset() {
     time = HOST_SYSTIME_S{2026, 3, 5, 14, 7, 9, 4, 42};
 }
 
-void Platform::FailAllocation(uint32_t nth) {
-    failIn_ = nth;
-}
+void Platform::FailAllocation(uint32_t nth) { failIn_ = nth; }
 
-size_t Platform::LiveBlocks() const {
-    return live_.size();
-}
+size_t Platform::LiveBlocks() const { return live_.size(); }
 
 std::vector<std::string> Platform::Texts(Sink sink) const {
     std::vector<std::string> texts;
     for (const Line &line : lines) {
-        if (line.sink == sink) {
-            texts.push_back(line.text);
-        }
+        if (line.sink == sink) { texts.push_back(line.text); }
     }
     return texts;
 }
 
 void *Platform::Allocate(Allocation allocation) {
     allocationCalls++;
-    if (failIn_ != 0 && --failIn_ == 0) {
-        return nullptr;
-    }
+    if (failIn_ != 0 && --failIn_ == 0) { return nullptr; }
     void *p = malloc(allocation.size);
     if (!p) {
         ADD_FAILURE() << "no memory for " << allocation.size << " octets";
@@ -105,9 +91,7 @@ void *Platform::Allocate(Allocation allocation) {
 }
 
 void Platform::Release(void *p) {
-    if (!p) {
-        return;
-    }
+    if (!p) { return; }
     if (live_.erase(p) == 0) {
         ADD_FAILURE() << "freed what is no live block: " << p;
         return;
@@ -121,9 +105,7 @@ void PlatformTest::SetUp() {
 }
 
 void PlatformTest::TearDown() {
-    if (host.LiveBlocks() == liveBefore_) {
-        return;
-    }
+    if (host.LiveBlocks() == liveBefore_) { return; }
     std::string list;
     for (const auto &[p, block] : host.live_) {
         list += "\n  " + std::to_string(block.size) + " octets, module " +
@@ -153,9 +135,7 @@ void *HOST_MemAllocBySid(uint64_t moduleId, uint32_t size, uint32_t tag) {
     return Platform::Get().Allocate({moduleId, size, -1, tag, {}});
 }
 
-void HOST_MemFree(void *p, const char * /*file*/, uint32_t /*line*/) {
-    Platform::Get().Release(p);
-}
+void HOST_MemFree(void *p, const char * /*file*/, uint32_t /*line*/) { Platform::Get().Release(p); }
 
 void HOST_Assert(const char *file, uint32_t line, uint32_t zero) {
     Platform::Get().asserts.push_back({file, line, zero});
@@ -178,13 +158,9 @@ uint32_t HOST_TimerDelete(uint64_t owner, uint64_t handle) {
     return std::erase_if(Platform::Get().timers, isIt) == 1 ? 0 : 1;
 }
 
-uint32_t HOST_SystimeGet(HOST_SYSTIME_S *t) {
-    return ReadTime(t);
-}
+uint32_t HOST_SystimeGet(HOST_SYSTIME_S *t) { return ReadTime(t); }
 
-uint32_t HOST_GmtSystimeGet(HOST_SYSTIME_S *t) {
-    return ReadTime(t);
-}
+uint32_t HOST_GmtSystimeGet(HOST_SYSTIME_S *t) { return ReadTime(t); }
 
 uint32_t HOST_GetSystemTime(uint32_t *secHigh, uint32_t *secLow) {
     return Read(Platform::Get().systemSeconds, secHigh, secLow);
@@ -237,9 +213,7 @@ uint32_t HOST_SystimeSec2Time(uint32_t sec, HOST_SYSTIME_S *t) {
 
 uint32_t HOST_SystimeSecSince1970(const HOST_SYSTIME_S *t, uint32_t *secHigh, uint32_t *secLow) {
     int64_t ms = 0;
-    if (!qor::host::ToMilliseconds(*t, &ms) || ms < 0) {
-        return 1;
-    }
+    if (!qor::host::ToMilliseconds(*t, &ms) || ms < 0) { return 1; }
     return Read(static_cast<uint64_t>(ms) / 1000, secHigh, secLow);
 }
 
@@ -256,19 +230,13 @@ void HOST_EventLog(uint32_t cid, uint32_t eventPara, uint64_t eventId, const cha
     qor::test::Record(sink, key, fmt, ap); \
     va_end(ap)
 
-void HOST_DevLogLimit(uint32_t cid, const char *fmt, ...) {
-    RECORD(Sink::kDevLog, cid);
-}
+void HOST_DevLogLimit(uint32_t cid, const char *fmt, ...) { RECORD(Sink::kDevLog, cid); }
 
-void HOST_Syslog(uint32_t severity, const char *fmt, ...) {
-    RECORD(Sink::kSyslog, severity);
-}
+void HOST_Syslog(uint32_t severity, const char *fmt, ...) { RECORD(Sink::kSyslog, severity); }
 
 void HOST_Debug(uint32_t cid, uint32_t /*dbgType*/, uint64_t /*arg64*/, uint32_t /*arg*/,
                 const char *fmt, ...) {
     RECORD(Sink::kDebug, cid);
 }
 
-void HOST_Printf(const char *fmt, ...) {
-    RECORD(Sink::kConsole, 0);
-}
+void HOST_Printf(const char *fmt, ...) { RECORD(Sink::kConsole, 0); }

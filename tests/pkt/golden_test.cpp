@@ -1,0 +1,261 @@
+// Sweeps over the golden messages: both directions, copies, cuts, bent octets, failing allocations.
+#include <cstring>
+#include <set>
+
+#include "codec_test.hpp"
+
+namespace qor::test {
+namespace {
+
+std::vector<uint8_t> EncodedOf(const Golden &g) { return Hex(g.encoded ? g.encoded : g.octets); }
+
+void SetWord(std::vector<uint8_t> &octets, size_t at, size_t value) {
+    octets[at] = static_cast<uint8_t>(value >> 8);
+    octets[at + 1] = static_cast<uint8_t>(value);
+}
+
+// Every result DecodeMsg may give: the codes of the switching-point TLV are not among them.
+bool IsTold(uint32_t code) {
+    static const std::set<uint32_t> never = {0x04, 0x09, 0x0A, 0x0B, 0x11};
+    return code == QOR_OK || (code >= QOR_LDP_ERR_MSG_TYPE && code <= QOR_LDP_ERR_REL_ADDR_LEN &&
+                              !never.contains(code & 0xFF));
+}
+
+// The part of a decoded record that its encoding carries, as text. What is left out here is lost
+// by design, each for the reason that stands beside it.
+std::string Carried(QOR_LDP_SIGNAL_MSG_S r) {
+    const bool gen = r.stFecKey.ucKeyType == QOR_LDP_KEY_GEN_PWID;
+    r.usMsgLen = 0;
+    if (r.stFecKey.stFec129.stAgi.ucType == 3 && gen)
+        r.stFecKey.stFec129.stAgi.ucType = 2;  // written as 2
+    if (r.ulMsgType == QOR_LDP_MSG_MAPPING) {
+        if (r.ucRtpMode == QOR_LDP_RTP_NOT_GIVEN || r.usCepOptions != 0)
+            r.ucRtpMode = 0;  // without any parameter the mode reads 0; CEP options replace it
+        if (r.szIntfDesc != nullptr && *r.szIntfDesc == 0)
+            r.szIntfDesc = nullptr;  // an empty text is not written
+        r.ucSpeCount = std::min<uint8_t>(r.ucSpeCount, QOR_LDP_PKT_SPE_MAX);
+        for (size_t i = r.ucSpeCount; i < QOR_LDP_PKT_SPE_MAX; ++i)
+            r.astSpe[i] = {};  // PW IDs without a peer
+    } else if (gen && r.ucNoPwId == 0) {
+        r.ulGroupId = 0;  // only written instead of a PW ID
+    }
+    if (r.ulMsgType == QOR_LDP_MSG_NOTIFICATION) {
+        r.ulStatusMsgId = r.usStatusMsgType = 0;  // a PW status refers to itself
+        if (r.usFlags & QOR_LDP_FLAG_ERR_NOTIFY)
+            r.ulStatus = r.ulGroupId = r.ucCBit = r.ucNoPwId = 0;  // FEC and code are not kept
+    }
+    if (r.ulMsgType == QOR_LDP_MSG_MAC_WITHDRAW) {
+        if (r.ulMacTlvType == 0 || r.ulMacTlvType == QOR_LDP_TLV_MAC_LIST) {
+            r.ulMacTlvType = QOR_LDP_TLV_MAC_LIST;  // a list is written empty
+            r.ulMacLen = 0;
+            r.pucMacList = nullptr;
+        }
+        if (r.ulMacTlvType != QOR_LDP_TLV_MAC_FLUSH && r.ulMacTlvType != QOR_LDP_TLV_MAC_FLAP_FLAGS)
+            r.ucMacFlags = 0;  // of a TLV that a later one replaced
+    }
+    return Describe(r);
+}
+
+// What decoding the encoding of an accepted record must give.
+enum class Again { kSame, kRefused, kMarker, kNoStatus, kUnclear };
+
+Again Expectation(const QOR_LDP_SIGNAL_MSG_S &r) {
+    const bool withoutData = r.ulMacLen == 0 && (r.ulMacTlvType == QOR_LDP_TLV_MAC_PE_ID ||
+                                                 r.ulMacTlvType == QOR_LDP_TLV_MAC_FLAP ||
+                                                 r.ulMacTlvType == QOR_LDP_TLV_MAC_FLAP_FLAGS);
+    if (r.usMsgLen < 5) return Again::kUnclear;  // no TLV at all: nothing was decoded
+    if (r.ulMsgType == QOR_LDP_MSG_MAC_WITHDRAW && withoutData) return Again::kRefused;
+    if (r.usFlags & QOR_LDP_FLAG_MARKER) return Again::kMarker;
+    if (r.stFecKey.ucKeyType == QOR_LDP_KEY_GEN_PWID && r.pucIntfPara != nullptr)
+        return Again::kUnclear;  // parameters that stood in front of the FEC TLV
+    if (r.ulMsgType != QOR_LDP_MSG_NOTIFICATION) return Again::kSame;
+    if (r.usFlags & QOR_LDP_FLAG_ERR_NOTIFY)
+        return (r.ulStatus & 0x3FFFFFFF) == QOR_LDP_STATUS_PW_STATUS ? Again::kUnclear
+                                                                     : Again::kSame;
+    return r.ulStatus == QOR_LDP_PKT_NONE ? Again::kNoStatus : Again::kSame;
+}
+
+class GoldenTest : public CodecTest {
+  protected:
+    // Runs check(golden, octets) for each golden message.
+    template <class F>
+    void ForEach(F check) {
+        for (const Golden &g : GoldenMessages()) {
+            SCOPED_TRACE(g.name);
+            check(g, Hex(g.octets ? g.octets : g.encoded));
+            NextCase();
+        }
+    }
+
+    // Decodes any message whatever. The result is a told one, nothing leaks, and what is accepted
+    // survives another encode and decode.
+    void Survives(const std::vector<uint8_t> &message) {
+        const auto shown = static_cast<ptrdiff_t>(std::min<size_t>(message.size(), 200));
+        SCOPED_TRACE(HexText({message.begin(), message.begin() + shown}));
+        {
+            Decoded first(message, ctx);
+            ASSERT_TRUE(IsTold(first.code)) << std::hex << first.code;
+            ASSERT_TRUE(host.asserts.empty());
+            if (first.code == QOR_OK) CarriesOver(first.rec);
+        }
+        NextCase();
+    }
+
+    void CarriesOver(const QOR_LDP_SIGNAL_MSG_S &rec) {
+        const std::string before = Carried(rec);
+        const Again again = Expectation(rec);
+        const std::vector<uint8_t> encoded = Encode(rec);
+        ASSERT_EQ(encoded.empty(), again == Again::kRefused);
+        if (encoded.empty() || again == Again::kUnclear) return;
+        Decoded second(encoded, ctx);
+        ASSERT_EQ(second.code, again == Again::kMarker     ? QOR_LDP_ERR_UNKNOWN_TLV
+                               : again == Again::kNoStatus ? QOR_LDP_ERR_FIRST_TLV
+                                                           : QOR_OK);
+        EXPECT_TRUE(again != Again::kSame || before == Carried(second.rec))
+            << before << Carried(second.rec);
+    }
+};
+
+TEST_F(GoldenTest, Decode) {
+    ForEach([&](const Golden &g, const std::vector<uint8_t> &octets) {
+        if (g.octets == nullptr) return;
+        Decoded decoded(octets, ctx);
+        EXPECT_EQ(decoded.code, QOR_OK);
+        EXPECT_EQ(Describe(decoded.rec), Describe(TextRecord(g.record, octets).rec));
+        EXPECT_TRUE(errorTexts.empty());
+    });
+}
+
+TEST_F(GoldenTest, Encode) {
+    ForEach([&](const Golden &g, const std::vector<uint8_t> &octets) {
+        TextRecord source(g.record, octets);
+        source.rec.ulMsgId = 0x5A5A5A5A;  // not what is written
+        EXPECT_EQ(HexText(Encode(source.rec)), HexText(EncodedOf(g)));
+        EXPECT_EQ(host.asserts.size(), 0u);
+    });
+}
+
+TEST_F(GoldenTest, CopyIsEqualAndItsOwn) {
+    ForEach([&](const Golden &g, const std::vector<uint8_t> &octets) {
+        TextRecord source(g.record, octets);
+        const std::string before = Describe(source.rec);
+        QOR_LDP_SIGNAL_MSG_S copy;
+        memset(static_cast<void *>(&copy), 0xA5, sizeof copy);
+        ASSERT_EQ(QOR_LDP_PKT_CopySignalMsg(&copy, &source.rec, &ctx), QOR_OK);
+        EXPECT_EQ(Describe(source.rec), before);
+        source.Scribble();
+        // An empty buffer is not copied.
+        EXPECT_EQ(Describe(copy), before.substr(0, before.find("notify=\n")));
+        for (const Allocation &a : host.allocations) EXPECT_EQ(a.sid, ctx.ulSid);
+        QOR_LDP_PKT_FreeSignalMsg(&copy, &ctx);
+        QOR_LDP_PKT_FreeSignalMsg(&copy, &ctx);
+    });
+}
+
+// A cut message is refused, unless the cut lies between two TLVs and the rest is complete.
+TEST_F(GoldenTest, CutAtEveryOctet) {
+    ForEach([&](const Golden &g, const std::vector<uint8_t> &whole) {
+        if (g.octets == nullptr) return;
+        std::set<size_t> ends;  // of the TLVs
+        for (size_t at = 8; at < whole.size(); at += 4u + Word(whole, at + 2)) ends.insert(at);
+        for (size_t size = 4; size < whole.size(); ++size) {
+            SCOPED_TRACE(size);
+            auto cut = whole;
+            cut.resize(size);
+            SetWord(cut, 2, size - 4);
+            const uint32_t code = Decoded(cut, ctx).code;
+            if (size <= 8)
+                EXPECT_EQ(code, QOR_OK);
+            else if (Word(whole, 0) == QOR_LDP_MSG_NOTIFICATION && size < 22)
+                EXPECT_EQ(code, QOR_LDP_ERR_NOTIFY_LEN);
+            else if (!ends.contains(size))
+                EXPECT_EQ(code, QOR_LDP_ERR_TLV_LEN);
+            else
+                EXPECT_TRUE(code == QOR_OK || code == QOR_LDP_ERR_NO_LABEL ||
+                            code == QOR_LDP_ERR_NO_PW_ID || code == QOR_LDP_ERR_NO_FEC ||
+                            code == QOR_LDP_ERR_NO_PW_STATUS)
+                    << std::hex << code;
+            Survives(cut);
+        }
+    });
+}
+
+// Each octet, length fields among them, one more, one less, all clear, all set, one bit flipped.
+TEST_F(GoldenTest, BentOctets) {
+    ForEach([&](const Golden &, const std::vector<uint8_t> &whole) {
+        for (size_t at = 0; at < whole.size(); ++at) {
+            std::set<int> values = {whole[at] + 1, whole[at] - 1, 0, 0xFF};
+            for (int bit = 1; bit < 0x100; bit <<= 1) values.insert(whole[at] ^ bit);
+            for (int value : values) {
+                auto bent = whole;
+                bent[at] = static_cast<uint8_t>(value);
+                // What a longer message length counts reads as zeros.
+                const size_t length = Word(bent, 2);
+                if (length <= QOR_LDP_PKT_MAX_MSG_LEN && length + 4 > bent.size())
+                    bent.resize(length + 4);
+                ASSERT_NO_FATAL_FAILURE(Survives(bent));
+            }
+        }
+    });
+}
+
+TEST_F(GoldenTest, FailingDecodes) {
+    ForEach([&](const Golden &g, const std::vector<uint8_t> &octets) {
+        bool failed = g.octets != nullptr;
+        for (uint32_t n = 1; failed; ++n) {
+            host.FailAllocation(n);
+            {
+                Decoded decoded(octets, ctx);
+                failed = host.allocationCalls >= n;
+                EXPECT_EQ(host.asserts.size(), failed ? 1u : 0u);
+                if (!failed)
+                    EXPECT_EQ(decoded.code, QOR_OK);
+                else if (decoded.code == QOR_OK)  // a description that cannot be moved is dropped
+                    EXPECT_EQ(decoded.rec.szIntfDesc, nullptr);
+                else
+                    EXPECT_TRUE(decoded.code == QOR_FAIL || decoded.code == QOR_ERR_NO_MEM);
+            }
+            NextCase();
+        }
+    });
+}
+
+TEST_F(GoldenTest, FailingCopies) {
+    ForEach([&](const Golden &g, const std::vector<uint8_t> &octets) {
+        bool failed = true;
+        for (uint32_t n = 1; failed; ++n) {
+            const TextRecord source(g.record, octets);
+            const std::string before = Describe(source.rec);
+            QOR_LDP_SIGNAL_MSG_S copy{};
+            host.FailAllocation(n);
+            const uint32_t code = QOR_LDP_PKT_CopySignalMsg(&copy, &source.rec, &ctx);
+            EXPECT_EQ(Describe(source.rec), before);
+            failed = host.allocationCalls >= n;
+            EXPECT_EQ(code, failed ? QOR_ERR_NO_MEM : QOR_OK);
+            EXPECT_EQ(host.asserts.size(), failed ? 1u : 0u);
+            // What a failed copy still points to would be the source's.
+            EXPECT_TRUE(!failed || (copy.szIntfDesc == nullptr && copy.pucIntfPara == nullptr &&
+                                    copy.pucMacList == nullptr && copy.pucPathVector == nullptr &&
+                                    copy.pucPwTag == nullptr && copy.pucNotifyData == nullptr &&
+                                    copy.stUnknownTlvList.ulCount == 0 && copy.usIntfParaLen == 0 &&
+                                    copy.ulMacLen + copy.ulPathVectorLen + copy.ulPwTagLen == 0));
+            QOR_LDP_PKT_FreeSignalMsg(&copy, &ctx);
+            NextCase();
+        }
+    });
+}
+
+TEST_F(GoldenTest, FailingEncodes) {  // only the description is allocated
+    ForEach([&](const Golden &g, const std::vector<uint8_t> &octets) {
+        TextRecord source(g.record, octets);
+        host.FailAllocation(1);
+        const size_t length = Encode(source.rec).size();
+        const char *lost = source.rec.szIntfDesc;
+        EXPECT_EQ(host.allocationCalls, lost ? 1u : 0u);
+        EXPECT_EQ(host.asserts.size(), host.allocationCalls);
+        EXPECT_EQ(length, EncodedOf(g).size() - (lost ? strlen(lost) + 3 : 0));
+    });
+}
+
+}  // namespace
+}  // namespace qor::test
