@@ -124,8 +124,9 @@ TEST_F(SessionTest, FieldsAndReasonsOfEveryKind) {
                 R"("control_word":false,"group_id":9,"whole_group":true}})");
     ExpectShown(
         0x0001, Status(0x80000024) + kPwFec,
-        R"("group_id":5,"pw_id":7},"status":{"code":36,"name":"Illegal C-Bit","fatal":)"
-        R"(true,"forward":false,"message_type":1024,"message_name":"Label Mapping","message_id":9}})");
+        R"("group_id":5,"pw_id":7},"status":{"code":36,"name":"Illegal C-Bit","fatal":true,)"
+        R"("forward":false,"message_type":1024,"message_name":"Label Mapping",)"
+        R"("message_id":9}})");
     ExpectShown(0x0301,
                 kPwFec + Tlv(0x8404, {1, 2, 3, 4, 5, 0xAF}) +
                     Tlv(0xBE0A, U32(0x1E10) + U32(0x01020304) + U32(0x05060708)) +
