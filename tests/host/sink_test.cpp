@@ -97,11 +97,6 @@ TEST(Rate, DevLogTellsWhatItDropped) {
     HOST_DevLogLimit(0x72, "other");
     EXPECT_EQ(texts, (Texts{"5 lines of component 0x71 dropped", "again", "other"}));
 
-    // Ids beyond the table's room are limited too, all together.
-    texts.clear();
-    HOST_POSIX_DevLogRate(1, 2);
-    for (uint32_t cid = 1000; cid < 1200; cid++) { HOST_DevLogLimit(cid, "many"); }
-    EXPECT_TRUE(texts.size() >= 60 && texts.size() <= 66) << texts.size();
     HOST_POSIX_DevLogRate(100, 200);
     HOST_POSIX_LineSink(HOST_POSIX_SINK_DEVLOG, nullptr, nullptr);
 }

@@ -105,15 +105,10 @@ void PlatformTest::SetUp() {
 }
 
 void PlatformTest::TearDown() {
-    if (host.LiveBlocks() == liveBefore_) { return; }
     std::string list;
-    for (const auto &[p, block] : host.live_) {
-        list += "\n  " + std::to_string(block.size) + " octets, module " +
-                std::to_string(block.sid) + ", " +
-                (block.tag < 0 ? block.file : "tag " + std::to_string(block.tag));
-    }
-    ADD_FAILURE() << host.LiveBlocks() << " blocks are live after the test, " << liveBefore_
-                  << " were before it:" << list;
+    for (const auto &[p, block] : host.live_)
+        list += " " + std::to_string(block.size) + " octets tag " + std::to_string(block.tag) + ",";
+    EXPECT_EQ(host.LiveBlocks(), liveBefore_) << "live blocks after and before:" << list;
 }
 
 }  // namespace qor::test
