@@ -5,7 +5,8 @@
 #include "qor_base.h"
 #include "test_platform.hpp"
 
-namespace qor::test {
+using namespace qor::test;
+
 namespace {
 
 using AddressTest = PlatformTest;
@@ -121,4 +122,3 @@ TEST_F(AddressTest, Masks) {
 }
 
 }  // namespace
-}  // namespace qor::test

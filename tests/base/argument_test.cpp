@@ -8,7 +8,8 @@
 #include "qor.h"
 #include "test_platform.hpp"
 
-namespace qor::test {
+using namespace qor::test;
+
 namespace {
 
 constexpr uint8_t kGuard = 0x5A;
@@ -163,4 +164,3 @@ TEST_F(ArgumentTest, Others) {
 }
 
 }  // namespace
-}  // namespace qor::test

@@ -4,7 +4,8 @@
 #include "qor_mam.h"
 #include "test_platform.hpp"
 
-namespace qor::test {
+using namespace qor::test;
+
 namespace {
 
 // What a box holds, oldest character first.
@@ -128,4 +129,3 @@ TEST_F(BoxTest, ShortMemory) {
 }
 
 }  // namespace
-}  // namespace qor::test

@@ -64,10 +64,9 @@ TEST(Clock, DatesFollowTheZone) {
         EXPECT_EQ(HOST_SystimeSecSince1970(&t, &high, &low), 0u);
         EXPECT_EQ(uint64_t{high} << 32 | low, row.seconds);
     }
-    for (const HOST_SYSTIME_S &refused : {HOST_SYSTIME_S{2026, 2, 29, 0, 0, 0, 0, 0},
-                                          HOST_SYSTIME_S{1969, 12, 31, 0, 0, 0, 0, 0}}) {
+    for (const HOST_SYSTIME_S &refused :
+         {HOST_SYSTIME_S{2026, 2, 29, 0, 0, 0, 0, 0}, HOST_SYSTIME_S{1969, 12, 31, 0, 0, 0, 0, 0}})
         EXPECT_NE(HOST_SystimeSecSince1970(&refused, &high, &low), 0u);
-    }
 
     unsetenv("TZ");
     tzset();

@@ -36,7 +36,7 @@ bool IsUnlinked(const HOST_AVL_NODE_S &n) {
 
 // Returns the height of the subtree under node, having checked what it says about itself.
 int CheckSubtree(const HOST_AVL_NODE_S *node, const HOST_AVL_NODE_S *parent, size_t *count) {
-    if (!node) { return 0; }
+    if (!node) return 0;
     ++*count;
     EXPECT_TRUE(node->pstParent == parent);  // macros that compare bind references
     const int left = CheckSubtree(node->pstLeft, node, count);
@@ -70,7 +70,7 @@ TEST_P(AvlRange, KeepsWithModel) {
     const uint32_t range = GetParam();
     std::mt19937 random(range);
     std::vector<Record> records(range);
-    for (uint32_t i = 0; i < range; i++) { records[i] = {0xDEAD, i * 2, kUnlinked}; }
+    for (uint32_t i = 0; i < range; i++) records[i] = {0xDEAD, i * 2, kUnlinked};
     HOST_AVL_TREE_S tree{};
     std::set<uint32_t> model;
     for (int i = 0; i < 3000; i++) {
@@ -139,7 +139,7 @@ TEST(Dll, KeepsWithModel) {
     ASSERT_EQ(HOST_DllFind(&zeros, &none, CompareItem), nullptr) << "the empty record";
     std::mt19937 random(7);
     std::vector<Item> items(40);
-    for (uint32_t key = 0; key < items.size(); key++) { items[key] = {{}, 0xAAAAAAAA, key}; }
+    for (uint32_t key = 0; key < items.size(); key++) items[key] = {{}, 0xAAAAAAAA, key};
     std::list<Item *> model;
     HOST_DLL_S head{{&head.stNode, &head.stNode}, &model, 0};
     for (int i = 0; i < 5000; i++) {

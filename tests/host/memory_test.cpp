@@ -13,7 +13,7 @@ namespace {
 // Live blocks, live octets, peak, allocations and failures; empty without an account.
 std::vector<uint64_t> Counts(uint64_t module) {
     HOST_POSIX_MEM_STAT_S s{};
-    if (HOST_POSIX_MemStat(module, &s) != 0) { return {}; }
+    if (HOST_POSIX_MemStat(module, &s) != 0) return {};
     EXPECT_EQ(s.ullModuleId, module);
     return {s.ullLiveBlocks, s.ullLiveOctets, s.ullPeakOctets, s.ullAllocations, s.ullFailures};
 }
@@ -48,17 +48,16 @@ TEST(Memory, IsCountedPerModule) {
     for (auto &blocks : left) {
         threads.emplace_back([&] {
             for (uint64_t i = 0; i < kModules * 20; i++) {
-                if (i < kModules) { together.arrive_and_wait(); }
+                if (i < kModules) together.arrive_and_wait();
                 void *p = HOST_MemAllocBySid(1000 + i % kModules, 8, 1);
-                if (i < kModules) {
+                if (i < kModules)
                     blocks.push_back(p);
-                } else {
+                else
                     HOST_MemFree(p, "", 0);
-                }
             }
         });
     }
-    for (auto &thread : threads) { thread.join(); }
+    for (auto &thread : threads) thread.join();
     LiveBlocks live;
     const auto note = [](void *user, const HOST_POSIX_MEM_STAT_S *s) {
         EXPECT_TRUE(
@@ -72,9 +71,8 @@ TEST(Memory, IsCountedPerModule) {
         const bool others = module == HOST_POSIX_MEM_OTHERS;  // 253 found a place beside the two
         EXPECT_EQ(blocks, own ? 4 : others ? 4 * (kModules - 253) : 0) << module;
     }
-    for (const auto &blocks : left) {
-        for (void *p : blocks) { HOST_MemFree(p, "", 0); }
-    }
+    for (const auto &blocks : left)
+        for (void *p : blocks) HOST_MemFree(p, "", 0);
     EXPECT_EQ(Counts(HOST_POSIX_MEM_OTHERS)[0], 0u);
 }
 

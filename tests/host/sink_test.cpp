@@ -14,7 +14,7 @@ using Texts = std::vector<std::string>;
 
 std::string Join(std::initializer_list<uint64_t> numbers) {
     std::string text;
-    for (const uint64_t number : numbers) { text += std::to_string(number) + " "; }
+    for (const uint64_t number : numbers) text += std::to_string(number) + " ";
     return text;
 }
 
@@ -30,9 +30,8 @@ void NoteEvent(void *user, const HOST_POSIX_EVENT_S *e) {
 }
 
 void SetCallbacks(HOST_POSIX_LINE_PF line, HOST_POSIX_EVENT_PF event, Texts *texts) {
-    for (uint32_t i = 0; i < HOST_POSIX_SINK_COUNT; i++) {
+    for (uint32_t i = 0; i < HOST_POSIX_SINK_COUNT; i++)
         EXPECT_EQ(HOST_POSIX_LineSink(static_cast<HOST_POSIX_SINK_E>(i), line, texts), 0u);
-    }
     HOST_POSIX_EventSink(event, texts);
 }
 
@@ -75,9 +74,8 @@ TEST(Rate, LetsBurstThenRatePass) {
     qor::host::Bucket bucket;
     std::string passed;
     for (const uint32_t at : {1000u, 1000u, 1000u, 1000u, 1099u, 1100u, 1100u, 1250u, 1299u, 1300u,
-                              9000u, 9000u, 9000u, 9000u}) {
+                              9000u, 9000u, 9000u, 9000u})
         passed += bucket.Take(rate, at) ? '+' : '-';
-    }
     EXPECT_EQ(passed, "+++--+-+-++++-");
 }
 
@@ -88,7 +86,7 @@ TEST(Rate, DevLogTellsWhatItDropped) {
     Texts texts;
     HOST_POSIX_LineSink(HOST_POSIX_SINK_DEVLOG, note, &texts);
     HOST_POSIX_DevLogRate(5, 3);
-    for (int i = 0; i < 8; i++) { HOST_DevLogLimit(0x71, "%d", i); }
+    for (int i = 0; i < 8; i++) HOST_DevLogLimit(0x71, "%d", i);
     HOST_DevLogLimit(0x72, "other");
     EXPECT_EQ(texts, (Texts{"0", "1", "2", "other"}));
     texts.clear();

@@ -22,7 +22,7 @@ struct Expiries {
     static void Note(void *user, uint32_t type, uint64_t param) {
         auto *self = static_cast<Expiries *>(user);
         self->params.push_back(param);
-        if (self->then) { self->then(type); }
+        if (self->then) self->then(type);
     }
 };
 
@@ -64,13 +64,10 @@ TEST(TimerQueue, KeepsWithModel) {
                     model.erase(armed);
                     continue;
                 }
-                while (armed->second.deadline <= now) {  // missed periods are skipped, in phase
+                while (armed->second.deadline <= now)  // missed periods are skipped, in phase
                     armed->second.deadline += armed->second.period;
-                }
             }
-            for (const auto &[handle, armed] : model) {
-                ASSERT_GT(armed.deadline, now) << "missed";
-            }
+            for (const auto &[handle, armed] : model) ASSERT_GT(armed.deadline, now) << "missed";
         }
         ASSERT_EQ(queue.Count(), model.size());
     }
@@ -88,17 +85,15 @@ TEST(TimerQueue, CallbacksArmAndCancel) {
     queue.Arm(0, 3, 0, kArms, 4);
     const uint64_t once = queue.Arm(0, 5, 0, kIsStale, 5);
     expiries.then = [&](uint32_t type) {
-        if (type == kCancelsItself) {
+        if (type == kCancelsItself)
             EXPECT_TRUE(queue.Cancel(itself));
-        } else if (type == kCancelsOther) {
+        else if (type == kCancelsOther)
             EXPECT_TRUE(queue.Cancel(other));
-        } else if (type == kIsStale) {
+        else if (type == kIsStale)
             EXPECT_FALSE(queue.Cancel(once));
-        } else if (expiries.params.size() < 10) {
-            for (int i = 0; i < 100; i++) {  // so many that the tables move
+        else if (expiries.params.size() < 10)
+            for (int i = 0; i < 100; i++)  // so many that the tables move
                 queue.Arm(0, 0, 0, kArms, 6);
-            }
-        }
     };
     EXPECT_EQ(queue.Run(10), 4u);
     EXPECT_EQ(expiries.params, (Params{1, 3, 4, 5}));

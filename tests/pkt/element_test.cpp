@@ -4,7 +4,8 @@
 
 #include "codec_test.hpp"
 
-namespace qor::test {
+using namespace qor::test;
+
 namespace {
 
 class ElementTest : public CodecTest {
@@ -304,4 +305,3 @@ TEST_F(ElementTest, TagWordsAreSwappedInPlace) {
 }
 
 }  // namespace
-}  // namespace qor::test

@@ -5,7 +5,8 @@
 #include "record_text.hpp"
 #include "test_platform.hpp"
 
-namespace qor::test {
+using namespace qor::test;
+
 namespace {
 
 using ExtcommTest = PlatformTest;
@@ -85,4 +86,3 @@ TEST_F(ExtcommTest, Order) {
 }
 
 }  // namespace
-}  // namespace qor::test

@@ -6,7 +6,8 @@
 
 #include "codec_test.hpp"
 
-namespace qor::test {
+using namespace qor::test;
+
 namespace {
 
 #define ERR(name) QOR_LDP_ERR_##name
@@ -326,4 +327,3 @@ TEST_F(FaultTest, Traces) {
 }
 
 }  // namespace
-}  // namespace qor::test

@@ -4,7 +4,8 @@
 
 #include "codec_test.hpp"
 
-namespace qor::test {
+using namespace qor::test;
+
 namespace {
 
 std::vector<uint8_t> EncodedOf(const Golden &g) { return Hex(g.encoded ? g.encoded : g.octets); }
@@ -258,4 +259,3 @@ TEST_F(GoldenTest, FailingEncodes) {  // only the description is allocated
 }
 
 }  // namespace
-}  // namespace qor::test

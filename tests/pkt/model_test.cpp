@@ -6,7 +6,8 @@
 
 #include "codec_test.hpp"
 
-namespace qor::test {
+using namespace qor::test;
+
 namespace {
 
 const std::vector<uint8_t> kNoMessage(8);
@@ -272,4 +273,3 @@ TEST_F(ModelTest, AllocationTags) {
 }
 
 }  // namespace
-}  // namespace qor::test

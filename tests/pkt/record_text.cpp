@@ -123,10 +123,9 @@ uint16_t Word(const std::vector<uint8_t> &octets, size_t at) {
 
 std::string Describe(const Record &rec) {
     std::ostringstream out;
-    for (const Field &f : kFields) {
+    for (const Field &f : kFields)
         if (const uint32_t value = Load(rec, f.offset, f.size); value != 0)
             out << f.name << "=0x" << std::hex << value << '\n';
-    }
     for (const Buffer &b : kBuffers) {
         const uint8_t *data;
         memcpy(&data, reinterpret_cast<const char *>(&rec) + b.pointer, sizeof data);

@@ -22,7 +22,7 @@ void Record(Sink sink, uint32_t key, const char *fmt, va_list ap) {
 uint64_t Arm(Timer timer) {
     static uint64_t lastHandle = 0x700000000;  // more than 32 bits: a cut handle shows
     Platform &host = Platform::Get();
-    if (host.failTimers) { return 0; }
+    if (host.failTimers) return 0;
     timer.handle = ++lastHandle;
     host.timers.push_back(timer);
     return timer.handle;
@@ -40,7 +40,7 @@ uint32_t Read(uint64_t value, uint32_t *high, uint32_t *low) {
 
 uint32_t ReadTime(HOST_SYSTIME_S *t) {
     const Platform &host = Platform::Get();
-    if (host.clockResult == 0) { *t = host.time; }
+    if (host.clockResult == 0) *t = host.time;
     return host.clockResult;
 }
 
@@ -70,15 +70,14 @@ size_t Platform::LiveBlocks() const { return live_.size(); }
 
 std::vector<std::string> Platform::Texts(Sink sink) const {
     std::vector<std::string> texts;
-    for (const Line &line : lines) {
-        if (line.sink == sink) { texts.push_back(line.text); }
-    }
+    for (const Line &line : lines)
+        if (line.sink == sink) texts.push_back(line.text);
     return texts;
 }
 
 void *Platform::Allocate(Allocation allocation) {
     allocationCalls++;
-    if (failIn_ != 0 && --failIn_ == 0) { return nullptr; }
+    if (failIn_ != 0 && --failIn_ == 0) return nullptr;
     void *p = malloc(allocation.size);
     if (!p) {
         ADD_FAILURE() << "no memory for " << allocation.size << " octets";
@@ -91,7 +90,7 @@ void *Platform::Allocate(Allocation allocation) {
 }
 
 void Platform::Release(void *p) {
-    if (!p) { return; }
+    if (!p) return;
     if (live_.erase(p) == 0) {
         ADD_FAILURE() << "freed what is no live block: " << p;
         return;
@@ -208,7 +207,7 @@ uint32_t HOST_SystimeSec2Time(uint32_t sec, HOST_SYSTIME_S *t) {
 
 uint32_t HOST_SystimeSecSince1970(const HOST_SYSTIME_S *t, uint32_t *secHigh, uint32_t *secLow) {
     int64_t ms = 0;
-    if (!qor::host::ToMilliseconds(*t, &ms) || ms < 0) { return 1; }
+    if (!qor::host::ToMilliseconds(*t, &ms) || ms < 0) return 1;
     return Read(static_cast<uint64_t>(ms) / 1000, secHigh, secLow);
 }
 

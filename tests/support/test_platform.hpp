@@ -16,8 +16,7 @@ namespace qor::test {
 
 struct AssertReport {
     std::string file;
-    uint32_t line;
-    uint32_t zero;
+    uint32_t line, zero;
 };
 
 enum class Sink { kDevLog, kSyslog, kDebug, kConsole };
@@ -29,8 +28,7 @@ struct Line {
 };
 
 struct Event {
-    uint32_t cid;
-    uint32_t para;
+    uint32_t cid, para;
     uint64_t id;
     std::string message;
     uint32_t peer;

@@ -181,9 +181,8 @@ TEST_F(SessionTest, CaptureCutAtEveryOctet) {
         Bytes frame;
         Timestamp time;
         Capture::Next next = capture.Open("/proc/self/fd/" + std::to_string(fd)) ? kFrame : kError;
-        while (next == kFrame && (next = capture.Read(frame, time)) == kFrame) {
+        while (next == kFrame && (next = capture.Read(frame, time)) == kFrame)
             session.Frame(capture.LinkType(), frame, time);
-        }
         session.Finish();
         // What came before the cut is shown, and never becomes malformed by it.
         EXPECT_EQ(capture.Error().empty(), next == kEnd) << in.tellg();

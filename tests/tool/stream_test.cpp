@@ -67,12 +67,10 @@ TEST(StreamTest, AnyOrderRepetitionAndOverlapGiveTheOriginal) {
         std::ranges::generate(original, [&] { return static_cast<char>('a' + rng() % 26); });
         const auto isn = static_cast<uint32_t>(seed % 2 == 0 ? 0U - up_to(5000) : rng());
         std::vector<std::pair<size_t, size_t>> segments;
-        for (size_t at = 0; at < original.size(); at += segments.back().second) {
+        for (size_t at = 0; at < original.size(); at += segments.back().second)
             segments.emplace_back(at, std::min(original.size() - at, 1 + up_to(200)));
-        }
-        for (size_t i = segments.size() / 4; i > 0; --i) {
+        for (size_t i = segments.size() / 4; i > 0; --i)
             segments.emplace_back(up_to(original.size() - 1), 1 + up_to(400));
-        }
         // Without a SYN what comes too late for the start is lost: only neighbours swap.
         const bool syn = seed % 3 != 0;
         const size_t window = syn ? segments.size() : 2;
@@ -82,9 +80,8 @@ TEST(StreamTest, AnyOrderRepetitionAndOverlapGiveTheOriginal) {
         }
         Harness stream;
         stream.Send(isn, syn ? 'S' : ' ', "");
-        for (const auto &[at, length] : segments) {
+        for (const auto &[at, length] : segments)
             stream.Send(isn + 1 + static_cast<uint32_t>(at), ' ', original.substr(at, length));
-        }
         ASSERT_EQ(stream.Finish(), (syn ? "<start>" : "<join>") + original + "<end>") << seed;
     }
 }
@@ -121,7 +118,7 @@ std::string Framed(const Octets &octets, size_t first_piece, bool in_sync, uint6
     Harness harness;
     harness.framer.Start(in_sync);
     harness.framer.Feed(Part(octets, 0, first_piece), harness);
-    if (gap != 0) { harness.framer.Gap(gap, harness); }
+    if (gap != 0) harness.framer.Gap(gap, harness);
     harness.framer.Feed(Part(octets, first_piece, octets.size()), harness);
     harness.framer.End(harness);
     return harness.log.str();
@@ -154,11 +151,9 @@ TEST(FramerTest, FaultsAreToldAndReadingGoesOnWhereverTheStreamIsCut) {
         {"odd message", false, PduOf(kMessage + Octets(10, 0xEE)) + kPdu, " skipped@0+28 9@38"},
         {"never ends", false, U32(0x101F4) + Octets(6) + kMessage + kPdu, " skipped@0+18 9@28"},
     };
-    for (const auto &row : kCases) {
-        for (size_t at = 0; at <= row.octets.size(); ++at) {
+    for (const auto &row : kCases)
+        for (size_t at = 0; at <= row.octets.size(); ++at)
             EXPECT_EQ(Framed(row.octets, at, row.in_sync), row.log) << row.name << " cut at " << at;
-        }
-    }
 }
 
 TEST(FramerTest, GapEndsThePduKeepsTheOffsetAndNeedsASearch) {
