@@ -70,6 +70,16 @@ inline int FormatChecked(Where where, int stored) {
     return stored;
 }
 
+// Memory of a module context, from the partition that the host has for them; NULL when it is short.
+inline void *AllocContext(Where where, uint64_t sid, uint32_t size) {
+    constexpr unsigned kPartition = 2;  // octet of the host's partition table
+    return HOST_MemAlloc(sid, g_aucHostMemPt[kPartition], size, where.source, where.line);
+}
+
+constexpr int32_t Compare(uint32_t a, uint32_t b) {
+    return a == b ? 0 : a > b ? 1 : -1;
+}
+
 // Releases what *p points at and clears it. p must not point into a packed record.
 template <class T>
 void FreeAndClear(Where where, T **p) {

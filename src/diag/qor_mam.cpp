@@ -4,6 +4,7 @@
 
 namespace {
 
+using qor::AllocContext;
 using qor::FormatChecked;
 using qor::RefuseNull;
 
@@ -11,14 +12,9 @@ constexpr char kSource[] = "qor_mam";
 
 constexpr uint32_t kTextLen = 1000;  // one record's text, NUL included
 constexpr uint32_t kStampLen = 12;   // one stamp, NUL included
-constexpr unsigned kPartition = 2;   // octet of the host's partition table
 
 QOR_MAM_BLACKBOX_S *FindBox(QOR_MAM_S *mam, uint32_t id) {
     return static_cast<QOR_MAM_BLACKBOX_S *>(HOST_AvlFind(&mam->stTree, &id, &mam->stTreeInfo));
-}
-
-void *Alloc(uint64_t sid, uint32_t size, qor::Where where) {
-    return HOST_MemAlloc(sid, g_aucHostMemPt[kPartition], size, where.source, where.line);
 }
 
 void FreeBox(QOR_MAM_S *mam, QOR_MAM_BLACKBOX_S *box) {
@@ -85,7 +81,7 @@ QOR_MAM_S *QOR_MAM_Init(uint64_t sid, const void *p2) {
         qor::Report(kSource);
         return nullptr;
     }
-    auto *mam = static_cast<QOR_MAM_S *>(Alloc(sid, sizeof(QOR_MAM_S), kSource));
+    auto *mam = static_cast<QOR_MAM_S *>(AllocContext(kSource, sid, sizeof(QOR_MAM_S)));
     if (RefuseNull(kSource, mam)) {
         return nullptr;
     }
@@ -114,9 +110,7 @@ int32_t QOR_MAM_CompareUlong(const void *a, const void *b) {
     if (RefuseNull(kSource, a, b)) {
         return 0;
     }
-    const uint32_t left = *static_cast<const uint32_t *>(a);
-    const uint32_t right = *static_cast<const uint32_t *>(b);
-    return left == right ? 0 : left > right ? 1 : -1;
+    return qor::Compare(*static_cast<const uint32_t *>(a), *static_cast<const uint32_t *>(b));
 }
 
 QOR_MAM_BLACKBOX_S *QOR_MAM_BlackBoxCreate(QOR_MAM_S *mam, uint32_t id, uint32_t size,
@@ -131,12 +125,12 @@ QOR_MAM_BLACKBOX_S *QOR_MAM_BlackBoxCreate(QOR_MAM_S *mam, uint32_t id, uint32_t
     if (QOR_MAM_BLACKBOX_S *present = FindBox(mam, id)) {
         return present;
     }
-    auto *box =
-        static_cast<QOR_MAM_BLACKBOX_S *>(Alloc(mam->ulSid, sizeof(QOR_MAM_BLACKBOX_S), kSource));
+    auto *box = static_cast<QOR_MAM_BLACKBOX_S *>(
+        AllocContext(kSource, mam->ulSid, sizeof(QOR_MAM_BLACKBOX_S)));
     if (box == nullptr) {
         return nullptr;
     }
-    auto *ring = static_cast<uint8_t *>(Alloc(mam->ulSid, size, kSource));
+    auto *ring = static_cast<uint8_t *>(AllocContext(kSource, mam->ulSid, size));
     if (ring == nullptr) {
         HOST_MemFree(box, kSource, __LINE__);
         return nullptr;

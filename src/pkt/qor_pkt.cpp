@@ -8,15 +8,13 @@
 
 namespace {
 
+using qor::Compare;
 using qor::RefuseNull;
+using qor::pkt::kAgiLen;
+using qor::pkt::kAiiLen;
+using qor::pkt::kIdType;
 using qor::pkt::kModel;
 namespace wire = qor::wire;
-
-constexpr unsigned kPartition = 2;  // octet of the host's partition table
-
-constexpr uint8_t kIdType = 1;  // the only type of AGI, SAII and TAII
-constexpr uint8_t kAgiLen = 8;
-constexpr uint8_t kAiiLen = 4;
 
 struct StatusRule {
     uint32_t errCode;
@@ -44,10 +42,6 @@ constexpr StatusRule kStatusRules[] = {
     {QOR_LDP_ERR_UNKNOWN_TLV, QOR_LDP_STATUS_UNKNOWN_TLV, 0},
     {QOR_LDP_ERR_FAMILY, QOR_LDP_STATUS_BAD_FAMILY, 0},
 };
-
-int32_t Compare(uint32_t a, uint32_t b) {
-    return a == b ? 0 : a > b ? 1 : -1;
-}
 
 int32_t CompareOctets(const void *a, const void *b, size_t n) {
     return HOST_MemCmp(a, b, static_cast<uint32_t>(n));
@@ -118,8 +112,7 @@ QOR_PKT_CTX_S *QOR_PKT_Init(const QOR_PKT_CTX_S *cfg) {
     if (RefuseNull(kModel, cfg)) {
         return nullptr;
     }
-    void *ctx = HOST_MemAlloc(cfg->ulSid, g_aucHostMemPt[kPartition], sizeof(QOR_PKT_CTX_S), kModel,
-                              __LINE__);
+    void *ctx = qor::AllocContext(kModel, cfg->ulSid, sizeof(QOR_PKT_CTX_S));
     if (RefuseNull(kModel, ctx)) {
         return nullptr;
     }

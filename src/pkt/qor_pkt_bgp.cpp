@@ -7,6 +7,7 @@
 
 namespace {
 
+using qor::Compare;
 using qor::RefuseNull;
 
 constexpr char kSource[] = "qor_pkt_bgp";
@@ -107,10 +108,6 @@ void GetExtcomm(qor::Where where, Form form, uint32_t mode, QOR_EXTCOMM_S *ext,
         ext->stAs4.ulGlobalAdmin = Get<uint32_t>(form, cursor);
         ext->stAs4.usLocalAdmin = Get<uint16_t>(form, cursor);
     }
-}
-
-int32_t Compare(uint32_t a, uint32_t b) {
-    return a == b ? 0 : a > b ? 1 : -1;
 }
 
 }  // namespace

@@ -51,6 +51,14 @@ inline constexpr uint16_t kTlvMarker = 0x3FED;
 inline constexpr uint8_t kElementPwId = 0x80;     // FEC 128
 inline constexpr uint8_t kElementGenPwId = 0x81;  // FEC 129
 
+inline constexpr uint8_t kIdType = 1;  // of AGI, SAII and TAII: no other is known
+inline constexpr uint8_t kAgiLen = 8;
+inline constexpr uint8_t kAiiLen = 4;
+
+inline constexpr uint16_t kFamilyIpv4 = 1;
+inline constexpr uint16_t kFamilyIpv6 = 2;
+
+inline constexpr uint16_t kWordLen = 4;  // of the many TLVs that hold one word
 inline constexpr uint16_t kLabelAddrLen = 10;
 inline constexpr uint32_t kLabelAddrMask = 0x3FFFFFFF;
 

@@ -65,7 +65,7 @@ void PutTlvHeader(wire::Writer &out, uint32_t typeWord, uint32_t length) {
 }
 
 void PutWordTlv(wire::Writer &out, uint16_t typeWord, uint32_t value) {
-    PutTlvHeader(out, typeWord, sizeof value);
+    PutTlvHeader(out, typeWord, kWordLen);
     out.U32(value);
 }
 

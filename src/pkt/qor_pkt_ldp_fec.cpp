@@ -9,14 +9,13 @@ namespace {
 using qor::RefuseNull;
 using qor::pkt::kDecode;
 using qor::pkt::kEncode;
+using qor::pkt::kFamilyIpv4;
+using qor::pkt::kFamilyIpv6;
 namespace wire = qor::wire;
 
 constexpr uint8_t kWildcard = 0x01;
 constexpr uint8_t kPrefix = 0x02;
 constexpr uint8_t kHost = 0x03;
-
-constexpr uint16_t kFamilyIpv4 = 1;
-constexpr uint16_t kFamilyIpv6 = 2;
 
 constexpr uint32_t kElementHeaderLen = 4;  // type, family, length octet
 

@@ -5,10 +5,13 @@
 namespace {
 
 using qor::RefuseNull;
+using qor::pkt::kAgiLen;
+using qor::pkt::kAiiLen;
 using qor::pkt::kDecode;
 using qor::pkt::kElementGenPwId;
 using qor::pkt::kElementPwId;
 using qor::pkt::kEncode;
+using qor::pkt::kIdType;
 using qor::pkt::LogOf;
 using qor::pkt::Tracing;
 namespace wire = qor::wire;
@@ -18,9 +21,6 @@ constexpr uint8_t kCBit = 0x80;
 constexpr uint32_t kElementHeaderLen = 4;  // type, C bit and PW type, PW info length
 constexpr uint32_t kPwIdFixedLen = 8;      // header and group ID, not counted by the PW info length
 constexpr uint32_t kPwIdLen = 4;
-constexpr uint8_t kIdType = 1;  // of AGI, SAII and TAII
-constexpr uint8_t kAgiLen = 8;
-constexpr uint8_t kAiiLen = 4;
 constexpr uint32_t kIdHeadersLen = 6;  // type and length of the three
 
 // C bit and PW type of either PW element. Only the low octet of the 15-bit type is kept.

@@ -11,8 +11,6 @@ using qor::pkt::Walk;
 namespace wire = qor::wire;
 namespace pkt = qor::pkt;
 
-constexpr uint16_t kWord = 4;
-
 // ---- TLVs
 
 uint32_t DecodeLabel(Walk &walk, const Tlv &tlv) {
@@ -58,25 +56,25 @@ uint32_t DecodeAddrWord(Walk &walk, const Tlv &tlv) {
 // ---- Messages
 
 constexpr pkt::TlvRule kMappingTlvs[] = {
-    {pkt::kTlvGenericLabel, kWord, QOR_LDP_ERR_LABEL_LEN, DecodeLabel},
-    {pkt::kTlvLabelReqMsgId, kWord, QOR_LDP_ERR_REQ_ID_LEN, DecodeReqMsgId},
-    {pkt::kTlvPwStatus, kWord, QOR_LDP_ERR_WORD_LEN, DecodePwStatus},
+    {pkt::kTlvGenericLabel, pkt::kWordLen, QOR_LDP_ERR_LABEL_LEN, DecodeLabel},
+    {pkt::kTlvLabelReqMsgId, pkt::kWordLen, QOR_LDP_ERR_REQ_ID_LEN, DecodeReqMsgId},
+    {pkt::kTlvPwStatus, pkt::kWordLen, QOR_LDP_ERR_WORD_LEN, DecodePwStatus},
     {pkt::kTlvIntfPara, pkt::kAnyLength, 0, DecodeIntfPara},
-    {pkt::kTlvGroupId, kWord, QOR_LDP_ERR_WORD_LEN, pkt::DecodeGroupId},
+    {pkt::kTlvGroupId, pkt::kWordLen, QOR_LDP_ERR_WORD_LEN, pkt::DecodeGroupId},
     {pkt::kTlvSpe, pkt::kAnyLength, 0, DecodeSpe},
     {pkt::kTlvMarker, pkt::kAnyLength, 0, DecodeMarker},
 };
 
 constexpr pkt::TlvRule kWithdrawTlvs[] = {
-    {pkt::kTlvGenericLabel, kWord, QOR_LDP_ERR_LABEL_LEN, DecodeLabel},
+    {pkt::kTlvGenericLabel, pkt::kWordLen, QOR_LDP_ERR_LABEL_LEN, DecodeLabel},
     {pkt::kTlvLabelAddr, pkt::kLabelAddrLen, QOR_LDP_ERR_STATUS_LEN, DecodeAddrWord},
-    {pkt::kTlvGroupId, kWord, QOR_LDP_ERR_WORD_LEN, pkt::DecodeGroupId},
+    {pkt::kTlvGroupId, pkt::kWordLen, QOR_LDP_ERR_WORD_LEN, pkt::DecodeGroupId},
 };
 
 constexpr pkt::TlvRule kReleaseTlvs[] = {
-    {pkt::kTlvGenericLabel, kWord, QOR_LDP_ERR_LABEL_LEN, DecodeLabel},
+    {pkt::kTlvGenericLabel, pkt::kWordLen, QOR_LDP_ERR_LABEL_LEN, DecodeLabel},
     {pkt::kTlvLabelAddr, pkt::kLabelAddrLen, QOR_LDP_ERR_REL_ADDR_LEN, DecodeAddrWord},
-    {pkt::kTlvGroupId, kWord, QOR_LDP_ERR_WORD_LEN, pkt::DecodeGroupId},
+    {pkt::kTlvGroupId, pkt::kWordLen, QOR_LDP_ERR_WORD_LEN, pkt::DecodeGroupId},
 };
 
 constexpr pkt::MessageRule kMapping = {
@@ -275,8 +273,8 @@ uint32_t QOR_LDP_PKT_EncodeMappingMsg(uint8_t *buf, const QOR_LDP_SIGNAL_MSG_S *
         out.Octets(rec->pucIntfPara, rec->usIntfParaLen);
     }
     if ((rec->usFlags & QOR_LDP_FLAG_MARKER) != 0) {
-        pkt::PutTlvHeader(out, pkt::kTlvMarker, kWord);
-        out.Skip(kWord);
+        pkt::PutTlvHeader(out, pkt::kTlvMarker, pkt::kWordLen);
+        out.Skip(pkt::kWordLen);
     }
     return pkt::EndMessage(buf, out);
 }

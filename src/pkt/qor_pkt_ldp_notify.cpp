@@ -16,7 +16,6 @@ using qor::pkt::Walk;
 namespace wire = qor::wire;
 namespace pkt = qor::pkt;
 
-constexpr uint16_t kWord = 4;
 constexpr uint16_t kStatusLen = 10;
 constexpr uint32_t kStatusTlvLen = pkt::kTlvHeaderLen + kStatusLen;
 constexpr uint32_t kMinLength = pkt::kMsgIdLen + kStatusTlvLen;
@@ -35,8 +34,8 @@ uint32_t DecodePwStatus(Walk &walk, const Tlv &tlv) {
 }
 
 constexpr pkt::TlvRule kTlvs[] = {
-    {pkt::kTlvGroupId, kWord, QOR_LDP_ERR_WORD_LEN, pkt::DecodeGroupId},
-    {pkt::kTlvPwStatus, kWord, QOR_LDP_ERR_WORD_LEN, DecodePwStatus},
+    {pkt::kTlvGroupId, pkt::kWordLen, QOR_LDP_ERR_WORD_LEN, pkt::DecodeGroupId},
+    {pkt::kTlvPwStatus, pkt::kWordLen, QOR_LDP_ERR_WORD_LEN, DecodePwStatus},
     {pkt::kTlvExtStatus, pkt::kAnyLength, 0, pkt::IgnoreTlv},
     {pkt::kTlvReturnedPdu, pkt::kAnyLength, 0, pkt::IgnoreTlv},
     {pkt::kTlvReturnedMsg, pkt::kAnyLength, 0, pkt::IgnoreTlv},

@@ -9,13 +9,13 @@ namespace {
 using qor::RefuseNull;
 using qor::pkt::kDecode;
 using qor::pkt::kEncode;
+using qor::pkt::kFamilyIpv4;
 using qor::pkt::LogOf;
 namespace wire = qor::wire;
 namespace pkt = qor::pkt;
 
 constexpr uint32_t kUnknownNodeTag = 57;
 
-constexpr uint16_t kFamilyIpv4 = 1;
 constexpr uint32_t kFamilyLen = 2;
 constexpr uint32_t kIpv4Len = 4;
 
