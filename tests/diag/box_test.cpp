@@ -126,6 +126,9 @@ TEST_F(BoxTest, ShortMemory) {
     host.FailAllocation(1);
     EXPECT_EQ(QOR_MAM_Init(41, this), nullptr);
     EXPECT_EQ(host.asserts.size(), 1u);
+    const uint32_t small = 1, large = 0x80000000;
+    EXPECT_EQ(QOR_MAM_CompareUlong(&small, &large), -1);
+    EXPECT_EQ(QOR_MAM_CompareUlong(&large, &small), 1);
 }
 
 }  // namespace

@@ -68,6 +68,10 @@ TEST(Clock, DatesFollowTheZone) {
          {HOST_SYSTIME_S{2026, 2, 29, 0, 0, 0, 0, 0}, HOST_SYSTIME_S{1969, 12, 31, 0, 0, 0, 0, 0}})
         EXPECT_NE(HOST_SystimeSecSince1970(&refused, &high, &low), 0u);
 
+    HOST_SYSTIME_S gmt{}, local{};
+    EXPECT_TRUE(HOST_GmtSystimeGet(&gmt) == 0 && HOST_SystimeGet(&local) == 0);
+    EXPECT_EQ(HOST_SystimeRelSecCal(&gmt, &local, &low), 0u);
+    EXPECT_TRUE(low % 3600 <= 1 && (low / 3600 == 2 || low / 3600 == 3)) << low;
     unsetenv("TZ");
     tzset();
 }

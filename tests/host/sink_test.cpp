@@ -95,6 +95,10 @@ TEST(Rate, DevLogTellsWhatItDropped) {
     HOST_DevLogLimit(0x72, "other");
     EXPECT_EQ(texts, (Texts{"5 lines of component 0x71 dropped", "again", "other"}));
 
+    texts.clear();
+    HOST_POSIX_DevLogRate(0, 0);  // no limit, whatever was written at the former rate
+    for (int i = 0; i < 500; i++) HOST_DevLogLimit(0x71, "many");
+    EXPECT_EQ(texts.size(), 500u);
     HOST_POSIX_DevLogRate(100, 200);
     HOST_POSIX_LineSink(HOST_POSIX_SINK_DEVLOG, nullptr, nullptr);
 }

@@ -246,7 +246,14 @@ TEST_F(ElementTest, EncoderLimits) {
         EXPECT_EQ(encode(function, type, 4096), 4096 + head);
         EXPECT_EQ(Word(out, 2), 4096 + head - 4);
     }
+    // No message is long enough for these, a caller's header may be.
+    const QOR_LDP_TLV_HDR_S tooLong{QOR_LDP_TLV_MAC_PE_ID, 4097};
+    memcpy(data.data(), "\x00\x00\x1E\x10", 4);
+    for (const auto decode : {QOR_LDP_PKT_DecodeMacTlv, QOR_LDP_PKT_DecodeMacFlapTlv,
+                              QOR_LDP_PKT_DecodeMacFlushTlv, QOR_LDP_PKT_DecodePwTagTlv})
+        EXPECT_EQ(decode(data.data(), &tooLong, &rec, &ctx), QOR_LDP_ERR_MAC_LEN);
     memcpy(data.data(), "\x00\x03\xFA\x00", 4);
+    EXPECT_EQ(QOR_LDP_PKT_DecodeMacVendorFlushTlv(data.data(), &tooLong, &rec, &ctx), QOR_OK);
     rec.pucMacList = data.data();
     encode(QOR_LDP_PKT_EncodePwTagTlv, 0, 7);  // too short for two words: nothing is swapped
     EXPECT_EQ(HexText({&out[8], &out[15]}), "0003fa00111111");
