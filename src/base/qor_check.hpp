@@ -56,6 +56,12 @@ inline int CopyChecked(Where where, void *dst, size_t room, const void *src, siz
     return result;
 }
 
+inline void ZeroChecked(Where where, void *dst, size_t n) {
+    if (memset_s(dst, n, 0, n) != 0) {
+        Report(where);
+    }
+}
+
 inline void CopyTextChecked(Where where, char *dst, size_t room, const char *src) {
     if (strcpy_s(dst, room, src) != 0) {
         Report(where);
@@ -74,6 +80,17 @@ inline int FormatChecked(Where where, int stored) {
 inline void *AllocContext(Where where, uint64_t sid, uint32_t size) {
     constexpr unsigned kPartition = 2;  // octet of the host's partition table
     return HOST_MemAlloc(sid, g_aucHostMemPt[kPartition], size, where.source, where.line);
+}
+
+// Memory of a module for one T, or for size octets that begin with one, zeroed; NULL when it is
+// short.
+template <class T>
+T *AllocZeroed(Where where, uint64_t sid, uint32_t tag, uint32_t size = sizeof(T)) {
+    void *p = HOST_MemAllocBySid(sid, size, tag);
+    if (p != nullptr) {
+        ZeroChecked(where, p, size);
+    }
+    return static_cast<T *>(p);
 }
 
 constexpr int32_t Compare(uint32_t a, uint32_t b) {

@@ -1,6 +1,7 @@
 #include "qor_log.h"
 
 #include "base/qor_check.hpp"
+#include "base/qor_text.hpp"
 #include "qor_mam.h"
 
 namespace {
@@ -12,10 +13,6 @@ constexpr char kSource[] = "qor_log";
 constexpr uint32_t kContextTag = 31;
 constexpr uint32_t kLineTag = 32;
 constexpr uint32_t kSeverityInfo = 6;  // RFC 5424
-
-bool IsLineBreak(char c) {
-    return c == '\r' || c == '\n';
-}
 
 // The black box takes a finished line as its format and turns "%%" into "%". Any other "%" in the
 // line would make it read arguments that are not there, so it is doubled here.
@@ -151,10 +148,7 @@ const char *QOR_LOG_StrTrimRN(const char *str) {
     if (RefuseNull(kSource, str)) {
         return nullptr;
     }
-    for (int i = 0; i < 2 && IsLineBreak(*str); ++i) {
-        ++str;
-    }
-    return str;
+    return qor::SkipLineBreak(str);
 }
 
 const char *QOR_LOG_ChangeEncap2Str(uint32_t type) {

@@ -1,6 +1,7 @@
 #include "qor_mam.h"
 
 #include "base/qor_check.hpp"
+#include "base/qor_links.hpp"
 
 namespace {
 
@@ -135,10 +136,8 @@ QOR_MAM_BLACKBOX_S *QOR_MAM_BlackBoxCreate(QOR_MAM_S *mam, uint32_t id, uint32_t
         HOST_MemFree(box, kSource, __LINE__);
         return nullptr;
     }
-    if (memset_s(ring, size, 0, size) != 0) {
-        qor::Report(kSource);
-    }
-    *box = {.stNode = {nullptr, nullptr, nullptr, -1, -1},
+    qor::ZeroChecked(kSource, ring, size);
+    *box = {.stNode = qor::kUnlinked,
             .ulBoxId = id,
             .ulMode = mode,
             .ulBoxSeq = 0,

@@ -1,4 +1,5 @@
 // Copies of message records, and their release.
+#include "base/qor_links.hpp"
 #include "pkt/qor_pkt_ldp.hpp"
 
 namespace {
@@ -62,7 +63,7 @@ bool CopyNodes(QOR_LDP_SIGNAL_MSG_S *dst, const QOR_LDP_SIGNAL_MSG_S *src,
         }
         // Zeroed whole: the release after a failure below looks at the data pointer.
         *node = {};
-        qor::pkt::AppendNode(&dst->stUnknownTlvList, node);
+        qor::Append(&dst->stUnknownTlvList, reinterpret_cast<HOST_DLL_NODE_S *>(node));
         if (!Duplicate(kModel, ctx, kTagNodeData, from->pucTlv, from->ulTlvLen, &node->pucTlv)) {
             return false;
         }
@@ -86,7 +87,7 @@ bool CopyMacWithdraw(QOR_LDP_SIGNAL_MSG_S *dst, const QOR_LDP_SIGNAL_MSG_S *src,
     dst->pucMacList = nullptr;
     dst->pucPwTag = nullptr;
     dst->pucPathVector = nullptr;
-    qor::pkt::InitList(&dst->stUnknownTlvList);
+    qor::InitList(&dst->stUnknownTlvList);
     return DuplicateBuffer(kModel, ctx, kTagMacList, src->pucMacList, &dst->pucMacList,
                            &dst->ulMacLen) &&
            DuplicateBuffer(kModel, ctx, kTagPwTag, src->pucPwTag, &dst->pucPwTag,
@@ -126,20 +127,6 @@ void FreeMacWithdraw(QOR_LDP_SIGNAL_MSG_S *msg, const QOR_PKT_CTX_S *ctx) {
 }  // namespace
 
 namespace qor::pkt {
-
-void InitList(HOST_DLL_S *list) {
-    list->stNode.pstNext = &list->stNode;
-    list->stNode.pstPrev = &list->stNode;
-    list->ulCount = 0;
-}
-
-void AppendNode(HOST_DLL_S *list, QOR_LDP_UNKNOWN_TLV_S *node) {
-    if (list->ulCount == 0) {
-        InitList(list);
-    }
-    HOST_DllInsertInMiddle(list, list->stNode.pstPrev, reinterpret_cast<HOST_DLL_NODE_S *>(node),
-                           &list->stNode);
-}
 
 void FreeMappingBuffers(Where where, QOR_LDP_SIGNAL_MSG_S *msg) {
     FreeBuffer(where, &msg->pucIntfPara, &msg->usIntfParaLen);
@@ -250,5 +237,5 @@ void QOR_LDP_PKT_FreeListNode(HOST_DLL_S *list, const QOR_PKT_CTX_S *ctx) {
         HOST_MemFree(node, kModel, __LINE__);
         return true;
     });
-    qor::pkt::InitList(list);
+    qor::InitList(list);
 }

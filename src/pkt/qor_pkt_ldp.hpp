@@ -212,8 +212,6 @@ void LoadParameters(const QOR_LDP_SIGNAL_MSG_S *msg, QOR_LDP_INTF_PARA_S *para);
 // Releases the two buffers that a Label Mapping owns.
 void FreeMappingBuffers(Where where, QOR_LDP_SIGNAL_MSG_S *msg);
 
-void InitList(HOST_DLL_S *list);
-
 // Calls visit for the nodes of list until it returns false, and tells whether it never did. Counts,
 // and stops at a NULL link, instead of looking for the head: a record that was moved has links to
 // its old place. visit may release the node.
@@ -229,9 +227,5 @@ bool ForEachNode(const HOST_DLL_S &list, Visit visit) {
     }
     return true;
 }
-
-// Appends node, which is zeroed; an empty list is initialised first, so that a zero-filled or
-// moved head will do.
-void AppendNode(HOST_DLL_S *list, QOR_LDP_UNKNOWN_TLV_S *node);
 
 }  // namespace qor::pkt

@@ -2,6 +2,7 @@
 // list (0x0404), PE-ID list (0x0405), flush (0x0406) and vendor TLVs.
 #include <cstring>
 
+#include "base/qor_links.hpp"
 #include "pkt/qor_pkt_ldp.hpp"
 
 namespace {
@@ -298,7 +299,7 @@ uint32_t QOR_LDP_PKT_DecodeMacwithdrawMsg(const uint8_t *msg, QOR_LDP_SIGNAL_MSG
     signalMsg->ulPwTagLen = 0;
     signalMsg->pucPwTag = nullptr;
     signalMsg->ucBorrowed = 1;
-    pkt::InitList(&signalMsg->stUnknownTlvList);
+    qor::InitList(&signalMsg->stUnknownTlvList);
 
     Walk walk(kMacWithdraw, msg, signalMsg, ctx);
     const uint32_t result = pkt::WalkTlvs(walk, pkt::kMsgIdLen);

@@ -2,6 +2,7 @@
 // tag, PW Group ID, switching points, unknown TLVs.
 #include <algorithm>
 
+#include "base/qor_links.hpp"
 #include "pkt/qor_pkt_ldp.hpp"
 
 namespace {
@@ -158,7 +159,7 @@ uint32_t QOR_LDP_PKT_DecodeUnknownTlv(const uint8_t *value, const QOR_LDP_TLV_HD
     }
     const uint32_t length = tlvHeader->usLength + pkt::kTlvHeaderLen;
     *node = {nullptr, nullptr, length, pkt::Borrow(value - pkt::kTlvHeaderLen, length)};
-    pkt::AppendNode(list, node);
+    qor::Append(list, reinterpret_cast<HOST_DLL_NODE_S *>(node));
     return QOR_OK;
 }
 
