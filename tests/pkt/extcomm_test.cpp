@@ -83,6 +83,15 @@ TEST_F(ExtcommTest, Order) {
             EXPECT_EQ(QOR_LDP_PKT_CmpExtComm(&a, &b), (&a > &b) - (&a < &b));
     const QOR_EXTCOMM_S two = make(2, 2, 7, 7), three = make(2, 3, 7, 7);
     EXPECT_EQ(QOR_LDP_PKT_CmpExtComm(&two, &three), 0);
+
+    const QOR_EXTCOMM_AS2_S values[] = {{1, 0x10000}, {2, 1}, {2, 0x100}, {0x100, 0}};
+    for (const auto &a : values)
+        for (const auto &b : values) {
+            QOR_EXTCOMM_S x{2, QOR_EXTCOMM_TYPE_AS2, {}}, y = x;
+            x.stAs2 = a;
+            y.stAs2 = b;
+            EXPECT_EQ(QOR_LDP_PKT_CmpExtComm(&x, &y), (&a > &b) - (&a < &b));
+        }
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ void Record(Sink sink, uint32_t key, const char *fmt, va_list ap) {
     char text[8192];
     const int length = vsnprintf(text, sizeof text, fmt, ap);
     EXPECT_TRUE(length >= 0 && length < static_cast<int>(sizeof text)) << fmt;
-    Platform::Get().lines.push_back({sink, key, length < 0 ? "" : text});
+    Platform::Get().lines.push_back({.sink = sink, .key = key, .text = length < 0 ? "" : text});
 }
 
 uint64_t Arm(Timer timer) {
@@ -58,6 +58,8 @@ Platform &Platform::Get() {
 }
 
 void Platform::Reset() {
+    for (auto &[size, blocks] : released_)
+        for (void *p : blocks) free(p);
     auto live = std::move(live_);
     *this = Platform{};
     live_ = std::move(live);
@@ -78,7 +80,9 @@ std::vector<std::string> Platform::Texts(Sink sink) const {
 void *Platform::Allocate(Allocation allocation) {
     allocationCalls++;
     if (failIn_ != 0 && --failIn_ == 0) return nullptr;
-    void *p = malloc(allocation.size);
+    std::vector<void *> &again = released_[allocation.size];
+    void *p = again.empty() ? malloc(allocation.size) : again.back();
+    if (!again.empty()) again.pop_back();
     if (!p) {
         ADD_FAILURE() << "no memory for " << allocation.size << " octets";
         return nullptr;
@@ -91,11 +95,16 @@ void *Platform::Allocate(Allocation allocation) {
 
 void Platform::Release(void *p) {
     if (!p) return;
-    if (live_.erase(p) == 0) {
+    const auto found = live_.find(p);
+    if (found == live_.end()) {
         ADD_FAILURE() << "freed what is no live block: " << p;
         return;
     }
-    free(p);
+    if (reuse)
+        released_[found->second.size].push_back(p);
+    else
+        free(p);
+    live_.erase(found);
 }
 
 void PlatformTest::SetUp() {
@@ -149,7 +158,8 @@ uint32_t HOST_TimerDelete(uint64_t owner, uint64_t handle) {
     const auto isIt = [&](const qor::test::Timer &timer) {
         return timer.owner == owner && timer.handle == handle;
     };
-    return std::erase_if(Platform::Get().timers, isIt) == 1 ? 0 : 1;
+    Platform &host = Platform::Get();
+    return std::erase_if(host.timers, isIt) == 1 && !host.failTimerDelete ? 0 : 1;
 }
 
 uint32_t HOST_SystimeGet(HOST_SYSTIME_S *t) { return ReadTime(t); }
@@ -228,9 +238,13 @@ void HOST_DevLogLimit(uint32_t cid, const char *fmt, ...) { RECORD(Sink::kDevLog
 
 void HOST_Syslog(uint32_t severity, const char *fmt, ...) { RECORD(Sink::kSyslog, severity); }
 
-void HOST_Debug(uint32_t cid, uint32_t /*dbgType*/, uint64_t /*arg64*/, uint32_t /*arg*/,
-                const char *fmt, ...) {
+void HOST_Debug(uint32_t cid, uint32_t dbgType, uint64_t arg64, uint32_t arg, const char *fmt,
+                ...) {
     RECORD(Sink::kDebug, cid);
+    qor::test::Line &line = Platform::Get().lines.back();
+    line.dbgType = dbgType;
+    line.arg64 = arg64;
+    line.arg = arg;
 }
 
 void HOST_Printf(const char *fmt, ...) { RECORD(Sink::kConsole, 0); }

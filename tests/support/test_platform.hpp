@@ -25,6 +25,8 @@ struct Line {
     Sink sink;
     uint32_t key;  // component id (kDevLog, kDebug) or severity (kSyslog), 0 for kConsole
     std::string text;
+    uint32_t dbgType = 0, arg = 0;  // of kDebug
+    uint64_t arg64 = 0;             // of kDebug
 };
 
 struct Event {
@@ -75,8 +77,10 @@ class Platform {
     std::vector<Event> events;
     std::vector<Allocation> allocations;  // every successful one, freed or not
     uint32_t allocationCalls = 0;         // failed ones included
-    std::vector<Timer> timers;            // armed ones
-    bool failTimers = false;
+    bool reuse = false;  // a released block is handed out again at once, to the next of its size
+    std::vector<Timer> timers;     // armed ones
+    bool failTimers = false;       // none can be created
+    bool failTimerDelete = false;  // the timer goes, but HOST_TimerDelete returns 1
 
     // Broken-down time, returned as local and as GMT: 2026-03-05 14:07:09.042 after Reset().
     HOST_SYSTIME_S time{};
@@ -96,6 +100,7 @@ class Platform {
 
     uint32_t failIn_ = 0;
     std::unordered_map<void *, Allocation> live_;
+    std::unordered_map<uint32_t, std::vector<void *>> released_;  // by size, when reuse is set
 };
 
 // Base of test fixtures: a fresh platform before, no live block after each test.
