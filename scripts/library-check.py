@@ -6,17 +6,21 @@ imports [--list FILE] LIBRARY HEADER...  it takes the listed platform operations
                                          headers declare, and at most the listed C functions
 dynamic LIBRARY SONAME                   its soname, and that it loads nothing but the C library
 comments HEADER...                       every exported declaration has a comment
+reference DIRECTORY HEADER...            the pages made of the headers, in their XML form, describe
+                                         everything that is declared
 """
 import argparse
 import pathlib
 import re
 import subprocess
 import sys
+from xml.etree import ElementTree
 
 # Functions have lower-case letters in their names, macros and types have none.
 FUNCTION = re.compile(r"\b((?:QOR|HOST)_\w*[a-z]\w*|\w+_s)\s*\(")
 DATA = re.compile(r"\bextern\b[^;()]*?(\w+)\[")
-SECTION = re.compile(r"/\* -{3,}")
+# Opens or closes a section; says nothing about the declaration that follows.
+SECTION = re.compile(r"/\*\* @(name\b|\})")
 
 
 def output(*command):
@@ -89,7 +93,7 @@ def comments(args):
         for number, line in enumerate(pathlib.Path(header).read_text().split("\n"), 1):
             if line.startswith("/*"):
                 inside = True
-                commented = not SECTION.match(line)
+                commented = line.startswith("/**") and not SECTION.match(line)
             elif not line:
                 commented = False
             elif not inside and line.startswith("QOR_EXPORT") and not commented:
@@ -98,8 +102,28 @@ def comments(args):
     return faults
 
 
+def reference(args):
+    """Functions, data, types and macros; the members of records may speak for themselves."""
+    described, faults = set(), []
+    for file in pathlib.Path(args.library).glob("*.xml"):
+        for compound in ElementTree.parse(file).iter("compounddef"):
+            name = compound.findtext("compoundname")
+            if not name.endswith((".h", "_S")):
+                continue  # another page, or a union inside a record
+            members = compound.iter("memberdef") if name.endswith(".h") else []
+            for entity in [compound, *members]:
+                name = entity.findtext("name") or name
+                texts = [entity.find("briefdescription"), entity.find("detaileddescription")]
+                if any("".join(text.itertext()).strip() for text in texts):
+                    described.add(name)
+                else:
+                    faults.append(f"{name}: not described")
+    missing = sorted(declared(args.rest) - described)
+    return faults + [f"{name}: declared, but not described" for name in missing]
+
+
 parser = argparse.ArgumentParser(usage=__doc__)
-parser.add_argument("check", choices=["exports", "imports", "dynamic", "comments"])
+parser.add_argument("check", choices=["exports", "imports", "dynamic", "comments", "reference"])
 parser.add_argument("--list")
 parser.add_argument("library")
 parser.add_argument("rest", nargs="*")
