@@ -1,0 +1,30 @@
+// Private to the timed key queue: what its files share.
+#pragma once
+
+#include "base/qor_check.hpp"
+#include "base/qor_links.hpp"
+#include "qor_dq.h"
+
+namespace qor::dq {
+
+inline constexpr char kSource[] = "qor_dq";
+
+inline QOR_DQ_NODE_S *NodeAt(HOST_DLL_NODE_S *link) {
+    return link == nullptr ? nullptr
+                           : EntryAt<QOR_DQ_NODE_S>(link, offsetof(QOR_DQ_NODE_S, stLink));
+}
+
+inline QOR_DQ_NODE_S *OldestNode(const QOR_DQ_INST_S *inst) {
+    return NodeAt(First(inst->stNodeList));
+}
+
+// Tells whether inst is NULL or without context, that is, being unregistered, and then reports it.
+inline bool RefuseInstance(Where where, const QOR_DQ_INST_S *inst) {
+    if (inst != nullptr && inst->pstCtx != nullptr) {
+        return false;
+    }
+    Report(where);
+    return true;
+}
+
+}  // namespace qor::dq
