@@ -79,6 +79,11 @@ uint32_t WriteString(QOR_MAM_S *mam, uint32_t id, const char *fmt) {
     return QOR_MAM_BlackBoxWriteString(mam, id, fmt, 0);
 }
 
+void DbgOutput(QOR_DBG_S *ctx, const char *fmt) { QOR_DBG_Output(ctx, 1, fmt, 0); }
+void DbgWriteAndOutput(QOR_DBG_S *ctx) { QOR_DBG_WriteAndOutputBuffer(ctx, 1, 0); }
+void DbgWrite(QOR_DBG_S *ctx) { QOR_DBG_WriteBuffer(ctx, 1, 0); }
+void FileOutput(QOR_FILE_S *file) { QOR_FILE_Output(file, "%d", 0); }
+
 using ArgumentTest = PlatformTest;
 
 // clang-format off
@@ -94,6 +99,56 @@ TEST_F(ArgumentTest, Null) {
         QOR_MAM_BlackBoxCreate, QOR_MAM_BlackBoxGetBuffer, QOR_MAM_BlackBoxGetSize);
     CheckAll({"qor_mam", QOR_ERR_ARG}, QOR_MAM_BlackBoxDelete, WriteString);
     CheckAll({"qor_log", 0}, QOR_LOG_Init, QOR_LOG_DeInit, DevLog, QOR_LOG_StrTrimRN);
+    CheckAll({"qor_systime", QOR_ERR_ARG}, QOR_TIME_GetCpuTickTimeMs, QOR_TIME_GetTickTime,
+        QOR_TIME_GetMs2TickTime, QOR_TIME_GetSystimeRelSecCal);
+    CheckAll({"qor_avl", 0}, QOR_AVL_InsertNode, QOR_AVL_DeleteNode, QOR_AVL_GetFirst,
+        QOR_AVL_GetNext, QOR_AVL_FindOrFindNext, QOR_AVL_CreateWalk);
+    CheckAll({"qor_walk", 0}, QOR_WALK_Create, QOR_WALK_WalkNode, QOR_WALK_WalkNext,
+        QOR_WALK_WalkNextNode, QOR_WALK_CopyKey, QOR_WALK_Reset, QOR_WALK_Destroy);
+    CheckAll({"qor_wdll", 0}, QOR_WDLL_FirstNode_X, QOR_WDLL_LastNode_X, QOR_WDLL_NextNode_X,
+        QOR_WDLL_PrevNode_X, QOR_WDLL_DelNode_X, QOR_WDLL_CreateWalk_X, QOR_WDLL_DeleteWalk_X,
+        QOR_WDLL_ResetWalk_X, QOR_WDLL_WalkNode_X, QOR_WDLL_WalkNext_X);
+    Check({"qor_wdll", 0}, QOR_WDLL_FindNode_X, 1);
+    CheckAll({"qor_dbg", 0}, QOR_DBG_Init, QOR_DBG_DeInit, DbgOutput, DbgWriteAndOutput, DbgWrite,
+        QOR_DBG_OutputBuffer, QOR_DBG_AppendStr2Buffer_H, QOR_DBG_StrTrimRN,
+        QOR_DBG_OutputDbgString);
+    CheckAll({"qor_file", QOR_ERR_ARG}, QOR_FILE_Init, QOR_FILE_DeInit, QOR_FILE_GetExistFileName,
+        QOR_FILE_CloseFile, QOR_FILE_CreateNewFile, QOR_FILE_OpenFile, QOR_FILE_SetWorkMode,
+        FileOutput);
+    Check({"qor_file", 0}, QOR_FILE_SetFileName, 1);
+    Check({"qor_file", 0}, QOR_FILE_PutFile, 0);
+    CheckAll({"qor_fsm", QOR_ERR_ARG}, QOR_FSM_InitLib, QOR_FSM_DeInitLib, QOR_FSM_Execute,
+        QOR_FSM_MrCreateFallBackTimer, QOR_FSM_MrDeleteFallBackTimer, QOR_FSM_GetStateName,
+        QOR_FSM_GetEventName);
+    CheckAll({"qor_dq", QOR_ERR_ARG}, QOR_DQ_Init, QOR_DQ_DeInit, QOR_DQ_RegInst, QOR_DQ_UnRegInst,
+        QOR_DQ_AddNode, QOR_DQ_DelNode, QOR_DQ_DelAllNode, QOR_DQ_FlushNode, QOR_DQ_GetNode,
+        QOR_DQ_SetTimeOutValue, QOR_DQ_ProcTimer, QOR_DQ_StartCycleTimer, QOR_DQ_StopCycleTimer,
+        QOR_DQ_UpdateTimeStamp);
+    CheckAll({"qor_dq", 0}, QOR_DQ_IsNodeExist, QOR_DQ_CmpInstCallback);
+    CheckAll({"qor_dq", UINT32_MAX}, QOR_DQ_Serialize, QOR_DQ_FormatInst, QOR_DQ_FormatNode,
+        QOR_DQ_FormatKey);
+    CheckAll({"qor_pads", QOR_ERR_ARG}, QOR_PADS_InitPads, QOR_PADS_DeInitPads,
+        QOR_PADS_InitHealth, QOR_PADS_DeInitHealth, QOR_PADS_RegOnceExcp, QOR_PADS_RegExpireExcp,
+        QOR_PADS_RegStatExcp, QOR_PADS_RegDA, QOR_PADS_UnRegIndex, QOR_PADS_UnRegOnceExcp,
+        QOR_PADS_UnRegExpireExcp, QOR_PADS_UnRegStatExcp, QOR_PADS_UnRegDA, QOR_PADS_InitIndex,
+        QOR_PADS_AddExcpUser, QOR_PADS_DelExcpUser, QOR_PADS_AddOnceExcpUser,
+        QOR_PADS_AddExpireExcpUser, QOR_PADS_AddStatExcpUser, QOR_PADS_AddDAUser,
+        QOR_PADS_DelExpireExcpUser, QOR_PADS_DelStatExcpUser, QOR_PADS_DelDAUser,
+        QOR_PADS_InitUser, QOR_PADS_GetIndexById, QOR_PADS_GetFirstIndex, QOR_PADS_GetNextIndex,
+        QOR_PADS_GetUserById, QOR_PADS_GetFirstUser, QOR_PADS_GetNextUser);
+    CheckAll({"qor_pads", QOR_ERR_ARG}, QOR_PADS_RecordExcp, QOR_PADS_RecordOnceExcp,
+        QOR_PADS_RecordExpireExcp, QOR_PADS_RecordStatExcp, QOR_PADS_AddStatNode,
+        QOR_PADS_ProcOneStatExcp, QOR_PADS_ProcOneExpireExcp, QOR_PADS_HealthSchedule,
+        QOR_PADS_ScheduleDA, QOR_PADS_ScheduleExcp, QOR_PADS_StartMinTimer,
+        QOR_PADS_StartSecTimer, QOR_PADS_TryStopMinTimer, QOR_PADS_TryStopSecTimer,
+        QOR_PADS_AllExcp2String, QOR_PADS_OneExcp2String, QOR_PADS_FormatOutOneExcp,
+        QOR_PADS_DumpHealthInfo, QOR_PADS_DumpIndexInfo);
+    CheckAll({"qor_pads", UINT32_MAX}, QOR_PADS_CompareUint32Key);
+    CheckAll({"qor_pdpwe3i", 0}, QOR_PDPWE3I_ConstructSsnVerifyRequestHandle,
+        QOR_PDPWE3I_ConstructSigVerifyRequestHandle, QOR_PDPWE3I_ConstructVerifyRequestAckHandle,
+        QOR_PDPWE3I_CheckSsnVerifyRequestHandleValid, QOR_PDPWE3I_CheckSigVerifyRequestHandleValid,
+        QOR_PDPWE3I_CheckVerifyRequestAckHandleValid, QOR_PDPWE3I_BuildVerifyHandleTlv,
+        QOR_PDPWE3I_SetVerifySigKey);
     CheckAll({"qor_pkt_bgp", UINT32_MAX}, P(CmpExtComm));
     CheckAll({"qor_pkt_bgp", 0}, QOR_PKT_PutExtcommNet, QOR_PKT_PutExtcommHost,
         QOR_PKT_PutExtcommNetKetu, QOR_PKT_GetExtcommNet, QOR_PKT_GetExtcommHost,
@@ -156,9 +211,16 @@ TEST_F(ArgumentTest, Others) {
     QOR_LOG_DeInit(log);
     QOR_LOG_DevLog(log, "x");
     EXPECT_EQ(QOR_LDP_PKT_CopySignalMsg(rec, rec, static_cast<QOR_PKT_CTX_S *>(at)), QOR_ERR_ARG);
+    EXPECT_EQ(QOR_LDP_PKT_CopySignalMappingMsg(rec, rec, static_cast<QOR_PKT_CTX_S *>(at)),
+              QOR_FAIL);
+    const char *rest = text;
+    EXPECT_EQ(QOR_DBG_GetSmpDbgString(nullptr, text, &rest), 1u);
+    EXPECT_EQ(rest, nullptr);
     std::string sources;
     for (const AssertReport &report : host.asserts) sources += report.file + ' ';
-    EXPECT_EQ(sources, "qor_pkt qor_pkt_bgp qor_base qor_mam qor_mam qor_log qor_log qor_pkt ");
+    EXPECT_EQ(
+        sources,
+        "qor_pkt qor_pkt_bgp qor_base qor_mam qor_mam qor_log qor_log qor_pkt qor_pkt qor_dbg ");
     EXPECT_TRUE(guards.Intact());
     EXPECT_TRUE(host.lines.empty());
 }
