@@ -25,6 +25,8 @@ test clang              clang++
 test libclang-rt-14-dev lib/llvm-14/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a
 test clang-format-14    clang-format-14
 test clang-tidy-14      clang-tidy-14
+test doxygen            doxygen
+test gcovr              gcovr
 test mandoc             mandoc
 test shellcheck         shellcheck
 test tcpdump            tcpdump

@@ -109,5 +109,6 @@ check build-clang build clang || true
 check format check_format || true
 check scripts check_scripts || true
 check manual check_manual || true
+check docs scripts/docs.sh || true
 check clang-tidy check_tidy || true
 finish
