@@ -29,31 +29,12 @@ Node *Leftmost(Node *node) {
     return node;
 }
 
-Node *Rightmost(Node *node) {
-    while (node->pstRight) {
-        node = node->pstRight;
-    }
-    return node;
-}
-
 Node *Successor(Node *node) {
     if (node->pstRight) {
         return Leftmost(node->pstRight);
     }
     Node *up = node->pstParent;
     while (up && up->pstRight == node) {
-        node = up;
-        up = up->pstParent;
-    }
-    return up;
-}
-
-Node *Predecessor(Node *node) {
-    if (node->pstLeft) {
-        return Rightmost(node->pstLeft);
-    }
-    Node *up = node->pstParent;
-    while (up && up->pstLeft == node) {
         node = up;
         up = up->pstParent;
     }
@@ -186,11 +167,12 @@ void HOST_AvlDelete(HOST_AVL_TREE_S *root, HOST_AVL_NODE_S *node) {
     if (!node->pstParent && root->pstRoot != node) {
         return;
     }
+    // The first and the last node have at most a leaf on their inner side.
     if (root->pstFirst == node) {
-        root->pstFirst = Successor(node);
+        root->pstFirst = node->pstRight ? node->pstRight : node->pstParent;
     }
     if (root->pstLast == node) {
-        root->pstLast = Predecessor(node);
+        root->pstLast = node->pstLeft ? node->pstLeft : node->pstParent;
     }
 
     Node *changed = node->pstParent;  // the lowest node that lost a level on one side
