@@ -216,11 +216,13 @@ TEST_F(ArgumentTest, Others) {
     const char *rest = text;
     EXPECT_EQ(QOR_DBG_GetSmpDbgString(nullptr, text, &rest), 1u);
     EXPECT_EQ(rest, nullptr);
+    EXPECT_EQ(QOR_DBG_GetSmpDbgString(text, nullptr, &rest), 1u);
+    EXPECT_EQ(QOR_DBG_GetSmpDbgString(text, text, nullptr), 1u);
     std::string sources;
     for (const AssertReport &report : host.asserts) sources += report.file + ' ';
-    EXPECT_EQ(
-        sources,
-        "qor_pkt qor_pkt_bgp qor_base qor_mam qor_mam qor_log qor_log qor_pkt qor_pkt qor_dbg ");
+    EXPECT_EQ(sources,
+              "qor_pkt qor_pkt_bgp qor_base qor_mam qor_mam qor_log qor_log qor_pkt qor_pkt "
+              "qor_dbg qor_dbg qor_dbg ");
     EXPECT_TRUE(guards.Intact());
     EXPECT_TRUE(host.lines.empty());
 }

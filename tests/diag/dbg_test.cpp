@@ -94,6 +94,7 @@ TEST_F(DbgTest, Buffer) {
 }
 
 TEST_F(DbgTest, Table) {
+    EXPECT_STREQ(QOR_DBG_StrTrimRN("\r\n\nx"), "\nx");
     for (index = 1; index < kNull; ++index)
         EXPECT_EQ(Do("ix wx f"), index == 2 ? " [\nx]0 2 [\nx]0" : " [x]0 1 [x]0");
     EXPECT_EQ((QOR_DBG_Output(ctx, 9, "\r\n"), Told(9)), " [^\n]0");

@@ -133,36 +133,104 @@ TEST_F(QueueTest, Registration) {
     EXPECT_TRUE(QOR_DQ_CmpInstCallback(n, n + 1) == -1 && QOR_DQ_CmpInstCallback(n + 1, n) == 1);
 }
 
-// Ends of the timer, no timer, no memory, ages (the clock may wrap), ticks, keys never equal.
 TEST_F(QueueTest, Scripts) {
-    Run("a3 a1 a2 d4 d2 d3 k1 =d2d3d1| a3 a1 a2 d =d1d2d3| a1 f4294967295 =t1d1| i a1 t =t1d1||1 "
-        "a2 a1 u7 t =d1d2|- a1 s s =|1~ s1 s1 =|~ a1 s1 d:e1 d1 =d1| v3 a3 a1 a2 f0 f2 =t3d3t1d1|2 "
-        "p1 a1 a2 p a1 =!f!fx|1,2~ p1 a1 p a2 =!f|1,2 ! p2 o o r7 a1 =!n|1 u7 p2 r7 r7 a1 =!n|1 "
-        "p2 a1 =!f| a1 p2 a2 a2 =!f|1,2 @ a1 @59 t =|1 @ a1 @60 a1 t =xt1d1||1 @ a1 @60 i61 t =|1 "
-        "@1 i a1 t =t1d1||1 @4294967280 a1 @43 t =|1 @4294967280 a1 @44 t =t1d1||1 "
-        "@100 a1 @99 t =t1d1||1 @1 i4294967295 a1 @ t =t1d1||1 @2 i4294967295 a1 @ t =|1 "
-        "@ a3 a2 a1 @60 t8 t =t3d3t2d2|1|2 @ a2 @1 a1 @60 t:@61 t =t2d2t1d1||2 "
-        "@ a2 @1 a1 @60 t =t2d2|1|1 v3 @ a2 @1 a1 @60 t @61 t @119 t =t2t1|2,1|2 "
-        "v3 i a1 a2 a3 t t =t1t2t3t1|2,3,1|4 v3 i a1 t =t1|1|1 i t:a2 a1 t =t1d1|2|1 "
-        "i v2 a1 t v4 a1 t v2147090435 a1 t =t1d1t1d1t1d1||3 z a1 a1 a1 d d1 =d1d1d1| "
-        "z a1 a1 a1 f4294967295 =t1d1t1d1t1d1| z i a1 a1 t =t1d1t1d1||2 z a1 a1 a1 ! =d1d1d1|-");
+    const struct {
+        std::string commands, state;
+    } rows[] = {// each way to delete
+                {"a3 a1 a2 d4 d2 d3 k1", "d2d3d1|"},
+                {"a3 a1 a2 d", "d1d2d3|"},
+                {"a1 f4294967295", "t1d1|"},
+                {"i a1 t", "t1d1||1"},
+                {"a2 a1 u7 t", "d1d2|-"},
+                // the timer, stopped and started by hand
+                {"a1 s s", "|1~"},
+                {"s1 s1", "|~"},
+                {"a1 s1 d:e1 d1", "d1|"},
+                {"v3 a3 a1 a2 f0 f2", "t3d3t1d1|2"},
+                // no timer, no memory
+                {"p1 a1 a2 p a1", "!f!fx|1,2~"},
+                {"p1 a1 p a2", "!f|1,2"},
+                {"! p2 o o r7 a1", "!n|1"},
+                {"u7 p2 r7 r7 a1", "!n|1"},
+                {"p2 a1", "!f|"},
+                {"a1 p2 a2 a2", "!f|1,2"},
+                // ages; the clock may wrap and may go back
+                {"@ a1 @59 t", "|1"},
+                {"@ a1 @60 a1 t", "xt1d1||1"},
+                {"@ a1 @60 i61 t", "|1"},
+                {"@1 i a1 t", "t1d1||1"},
+                {"@4294967280 a1 @43 t", "|1"},
+                {"@4294967280 a1 @44 t", "t1d1||1"},
+                {"@100 a1 @99 t", "t1d1||1"},
+                {"@1 i4294967295 a1 @ t", "t1d1||1"},
+                {"@2 i4294967295 a1 @ t", "|1"},
+                {"@ a3 a2 a1 @60 t8 t", "t3d3t2d2|1|2"},
+                {"@ a2 @1 a1 @60 t:@61 t", "t2d2t1d1||2"},
+                {"@ a2 @1 a1 @60 t", "t2d2|1|1"},
+                // renewal, and the budget of a tick
+                {"v3 @ a2 @1 a1 @60 t @61 t @119 t", "t2t1|2,1|2"},
+                {"v3 i a1 a2 a3 t t", "t1t2t3t1|2,3,1|4"},
+                {"v3 i a1 t", "t1|1|1"},
+                {"i t:a2 a1 t", "t1d1|2|1"},
+                {"i v2 a1 t v4 a1 t v2147090435 a1 t", "t1d1t1d1t1d1||3"},
+                // keys that are never equal
+                {"z a1 a1 a1 d d1", "d1d1d1|"},
+                {"z a1 a1 a1 f4294967295", "t1d1t1d1t1d1|"},
+                {"z i a1 a1 t", "t1d1t1d1||2"},
+                {"z a1 a1 a1 !", "d1d1d1|-"}};
+    for (const auto &row : rows) Run(row.commands + " =" + row.state);
 }
 
 TEST_F(QueueTest, Reentrance) {
-    Run("Q v3 t:g1 t =t1t2|3,1,2|2 Q t:u7 t:r7 t:a5 t =t1d1d2d3|5 Q t:u7 t:r7 t:a5 f2 =t1d1d2d3|5 "
-        "Q t:t f2 =t1t1d1t2d2t3d3||2 Q t:t t =t1t1d1t2d2t3d3||4 Q t:f1 t =t1t1d1t2d2|3|2 "
-        "Q t:f1 f2 =t1t1d1t2d2|3 Q t:u8 t =t1d0d1t2d2|3|2 Q t:u8 f2 =t1d0d1t2d2|3 "
-        "Q t:g1 f2 =t1d1t2d2|3 Q t:g1 t =t1d1t2d2|3|2 Q t:u7 t =t1d1d2d3|- Q t:u7 f2 =t1d1d2d3|- "
-        "Q t:d t =t1d1d2d3||1 Q t:d f2 =t1d1d2d3| Q t:d2 f2 =t1d2d1t3d3| Q t:d2 t =t1d2d1t3d3||2 "
-        "Q t:a5 t =t1d1t2d2|3,5|2 Q t:a5 f2 =t1d1t2d2|3,5 Q v3 t:d1 t =t1d1t2|3,2|2 "
-        "Q t:d1 t:a1 t =t1d1t2d2|3,1|2 Q t:d1 t:a1 f2 =t1d1t2d2|3,1 Q t:d1 f2 =t1d1t2d2|3 "
-        "Q t:d1 t =t1d1t2d2|3|2 Q d:a5 f2 =t1d1t2d2|3,5 Q d:a5 d1 =d1|2,3,5 Q d:a5 d =d1d2d3d5| "
-        "Q d:a5 t =t1d1t2d2|3,5|2 Q d:a5 d:d2 d:d d:f1 d:s d:s1 d:w400 u7 =d1!e!e!!!e!e!ed2d3|- "
-        "Q d:a5 d:d2 ! =d1!e!ed2d3d0|- Q d:u7 d:r7 d:a5 d =d1d2d3|5 "
-        "Q d:u7 d:r7 d:a5 f2 =t1d1d2d3|5 Q d:u7 d:r7 d:a5 t =t1d1d2d3|5 "
-        "Q d:u7 d:r7 d:a5 ! =d1!d2d3d5d0|- Q d:u7 d:r7 d:a5 u7 =d1!d2d3|5 Q d:d2 d1 =d1d2|3 "
-        "Q d:d2 f2 =t1d1d2t3d3| Q d:d2 d =d1d2d3| Q d:d2 t =t1d1d2t3d3||2 Q d:u7 d1 =d1d2d3|- "
-        "Q d:u7 t =t1d1d2d3|- Q d:u7 f2 =t1d1d2d3|- Q d:u7 d =d1d2d3|- Q d:u8 ! =d1d0d2d3|-");
+    const struct {
+        std::string commands, state;
+    } rows[] = {// pfnTimeOut, in a tick and in a flush
+                {"v3 t:g1 t", "t1t2|3,1,2|2"},
+                {"t:u7 t:r7 t:a5 t", "t1d1d2d3|5"},
+                {"t:u7 t:r7 t:a5 f2", "t1d1d2d3|5"},
+                {"t:t f2", "t1t1d1t2d2t3d3||2"},
+                {"t:t t", "t1t1d1t2d2t3d3||4"},
+                {"t:f1 t", "t1t1d1t2d2|3|2"},
+                {"t:f1 f2", "t1t1d1t2d2|3"},
+                {"t:u8 t", "t1d0d1t2d2|3|2"},
+                {"t:u8 f2", "t1d0d1t2d2|3"},
+                {"t:g1 f2", "t1d1t2d2|3"},
+                {"t:g1 t", "t1d1t2d2|3|2"},
+                {"t:u7 t", "t1d1d2d3|-"},
+                {"t:u7 f2", "t1d1d2d3|-"},
+                {"t:d t", "t1d1d2d3||1"},
+                {"t:d f2", "t1d1d2d3|"},
+                {"t:d2 f2", "t1d2d1t3d3|"},
+                {"t:d2 t", "t1d2d1t3d3||2"},
+                {"t:a5 t", "t1d1t2d2|3,5|2"},
+                {"t:a5 f2", "t1d1t2d2|3,5"},
+                {"v3 t:d1 t", "t1d1t2|3,2|2"},
+                {"t:d1 t:a1 t", "t1d1t2d2|3,1|2"},
+                {"t:d1 t:a1 f2", "t1d1t2d2|3,1"},
+                {"t:d1 f2", "t1d1t2d2|3"},
+                {"t:d1 t", "t1d1t2d2|3|2"},
+                // pfnDelNode, in every operation that deletes
+                {"d:a5 f2", "t1d1t2d2|3,5"},
+                {"d:a5 d1", "d1|2,3,5"},
+                {"d:a5 d", "d1d2d3d5|"},
+                {"d:a5 t", "t1d1t2d2|3,5|2"},
+                {"d:a5 d:d2 d:d d:f1 d:s d:s1 d:w400 u7", "d1!e!e!!!e!e!ed2d3|-"},
+                {"d:a5 d:d2 !", "d1!e!ed2d3d0|-"},
+                {"d:u7 d:r7 d:a5 d", "d1d2d3|5"},
+                {"d:u7 d:r7 d:a5 f2", "t1d1d2d3|5"},
+                {"d:u7 d:r7 d:a5 t", "t1d1d2d3|5"},
+                {"d:u7 d:r7 d:a5 !", "d1!d2d3d5d0|-"},
+                {"d:u7 d:r7 d:a5 u7", "d1!d2d3|5"},
+                {"d:d2 d1", "d1d2|3"},
+                {"d:d2 f2", "t1d1d2t3d3|"},
+                {"d:d2 d", "d1d2d3|"},
+                {"d:d2 t", "t1d1d2t3d3||2"},
+                {"d:u7 d1", "d1d2d3|-"},
+                {"d:u7 t", "t1d1d2d3|-"},
+                {"d:u7 f2", "t1d1d2d3|-"},
+                {"d:u7 d", "d1d2d3|-"},
+                {"d:u8 !", "d1d0d2d3|-"}};
+    for (const auto &row : rows) Run("Q " + row.commands + " =" + row.state);
 }
 
 TEST_F(QueueTest, AgainstAModel) {
