@@ -81,8 +81,16 @@ TEST_F(PadsTest, ExpiryInSeconds) {
     EXPECT_EQ(Index(1)->ulRecCount, 10u);
     EXPECT_TRUE(Timers().empty() && health->pstSecCurNode == nullptr);
 
+    ASSERT_EQ(Register(2, kExpire, 1000), QOR_OK);
+    ASSERT_EQ(Add(2, 1), QOR_OK);
+    for (const uint32_t user : {1u, 2u}) ASSERT_EQ(Add(1, user), QOR_OK);
+    Calls();
+    EXPECT_EQ(Tick(kSecType, 1021), QOR_OK);
+    EXPECT_EQ(Calls(), "r1:1 r1:2 ") << "behind one that waits";
+    EXPECT_TRUE(health->pstSecCurNode == &User(2, 1)->stLink);
+
     ASSERT_EQ(Add(1, 1), QOR_OK);
-    Asserts();
+    ASSERT_EQ(QOR_PADS_UnRegIndex(2, ctx), QOR_OK);
     EXPECT_EQ(Tick(kSecType, 1010), QOR_OK) << "the clock went back";
     EXPECT_EQ(Asserts(), 1u);
     EXPECT_EQ(Users(1), "1");
@@ -360,11 +368,8 @@ TEST_F(PadsTest, KeepsWithAModel) {
         if (what < 2) {
             const uint32_t fresh = static_cast<uint32_t>(random() % 4),
                            unit = fresh == kExpire && random() % 2;
-            EXPECT_EQ(Register(id, fresh,
-                               fresh == kStat ? 20
-                               : unit         ? 1
-                                              : 30,
-                               static_cast<uint8_t>(unit)),
+            const uint32_t time = unit ? 1 : 20 + (fresh == kStat ? 0 : id);
+            EXPECT_EQ(Register(id, fresh, time, static_cast<uint8_t>(unit)),
                       there ? QOR_FAIL : QOR_OK);
             if (!there) model[id] = {fresh, unit, 0, {}};
             if (!there && fresh == kDa) model[id].users[0] = {now, {}};
@@ -404,13 +409,13 @@ TEST_F(PadsTest, KeepsWithAModel) {
             uint32_t done = 0;
             for (auto &[daId, da] : model)
                 for (auto &[daUser, u] : da.users)
-                    if (minute && da.type == kDa && now - u.added >= 1800)
+                    if (minute && da.type == kDa && now - u.added >= 60 * (20 + daId))
                         u.added = now, ++done, ++da.records;
-            // All that are due, in any order but at most ten in all: time has the rest wait.
+            // All that are due, but at most ten in all.
             auto &list = lists[minute];
             std::vector<std::pair<uint32_t, uint32_t>> due;
             for (auto &[i, u] : list)
-                if (now - model[i].users[u].added >= (minute ? 60u : 30u)) due.emplace_back(i, u);
+                if (now - model[i].users[u].added >= (minute ? 60 : 20 + i)) due.emplace_back(i, u);
             EXPECT_EQ(QOR_PADS_HealthSchedule(minute ? kMinType : kSecType, ctx), QOR_OK);
             uint32_t gone = 0;
             for (auto &[i, u] : due)
