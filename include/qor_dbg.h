@@ -3,9 +3,8 @@
  * gathered in a buffer and put out in pieces that the host's debug channel or
  * console takes, cut at line ends where that is possible.
  *
- * ulDbgType is always the second argument of HOST_Debug. A NULL argument, an
- * index outside the table and a formatter's error are reported; then nothing is
- * printed.
+ * ulDbgType is always the second argument of HOST_Debug. A NULL argument, an index outside the
+ * table and a formatter's error are reported, and the message is not printed.
  */
 #ifndef QOR_DBG_H
 #define QOR_DBG_H
@@ -86,7 +85,8 @@ QOR_EXPORT void QOR_DBG_WriteBuffer(QOR_DBG_S *ctx, uint32_t ulDbgType, uint32_t
 QOR_EXPORT void QOR_DBG_OutputBuffer(QOR_DBG_S *ctx, uint32_t ulDbgType);
 
 /** Adds str to the buffer. A text that does not fit is cut and reported, and the
- * length of the buffer falls by one. */
+ * length of the buffer falls by one; below 0 it counts as full, and nothing more
+ * is added until it is put out. */
 QOR_EXPORT void QOR_DBG_AppendStr2Buffer_H(QOR_DBG_S *ctx, const char *str);
 
 /** Returns str behind at most two leading CR or LF characters; NULL for NULL. */

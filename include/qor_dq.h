@@ -9,8 +9,9 @@
  * Finding, adding and deleting a node is O(log n). Ages are differences of
  * unsigned 32-bit seconds and so survive a wrap of the clock.
  *
- * Callbacks may add, delete, renew and flush nodes and register and unregister
- * instances, their own included; they must not de-initialise the context. One
+ * pfnTimeOut and pfnDelNode may add, delete, renew and flush nodes and register
+ * and unregister instances, their own included; they must not de-initialise the
+ * context. One
  * that adds a node for every one deleted, or registers an instance for every one
  * unregistered, keeps a deletion of all from ending.
  */
@@ -32,7 +33,8 @@ QOR_BEGIN_DECLS
 typedef uint32_t (*QOR_DQ_TIMEOUT_PF)(const void *key, uint64_t userValue, uint64_t cbHandle);
 /** Orders two keys: negative, 0 or positive. Must not read beyond ulKeyLen. */
 typedef int (*QOR_DQ_CMP_PF)(const void *keyA, const void *keyB);
-/** Called for a node that is unlinked already and released next. */
+/** Called for a node that is unlinked already and released next: it cannot be
+ * renewed any more. key and *userValue, a copy, are valid during the call. */
 typedef void (*QOR_DQ_DEL_PF)(const void *key, uint64_t *userValue, uint64_t cbHandle);
 /** Writes a key as text of less than bufLen characters and a NUL. Returns the
  * characters, or a negative value. Must not change the queue. */
@@ -114,7 +116,8 @@ QOR_EXPORT void QOR_DQ_DeInit(QOR_DQ_S *ctx);
 QOR_EXPORT QOR_DQ_INST_S *QOR_DQ_RegInst(QOR_DQ_S *ctx, const QOR_DQ_REG_INFO_S *reg);
 
 /** Deletes the nodes of inst as QOR_DQ_DelAllNode does, stops its timer and
- * releases it. From the beginning of the call the operations refuse inst. */
+ * releases it. From the beginning of the call inst is
+ * not found by its timer type, and nothing can be added to it. */
 QOR_EXPORT void QOR_DQ_UnRegInst(QOR_DQ_INST_S *inst);
 
 /** Queues a copy of key (ulKeyLen octets) with userValue, stamped with the
@@ -155,8 +158,9 @@ QOR_EXPORT uint32_t QOR_DQ_ProcTimer(uint32_t timerType, QOR_DQ_S *ctx);
 /** Write an instance with its nodes, oldest first; an instance alone; a node of
  * inst alone; a key as "0A FF " and a line feed. len and bufLen are the octets of
  * the buffer.
- * Return the characters in front of the NUL; a negative value for NULL, a
- * buffer that is too small, and what a pfnFormatKey returned. QOR_DQ_Serialize
+ * Return the characters in front of the NUL; a negative value for NULL and,
+ * without a report, for a buffer that is too small and as a pfnFormatKey
+ * returned it. QOR_DQ_Serialize
  * leaves an empty text then, and refuses len 0; QOR_DQ_FormatKey returns 0 for
  * bufLen 0. @{ */
 QOR_EXPORT int32_t QOR_DQ_Serialize(QOR_DQ_INST_S *inst, char *buf, uint32_t len);
@@ -174,10 +178,12 @@ QOR_EXPORT uint32_t QOR_DQ_StopCycleTimer(QOR_DQ_INST_S *inst);
 /** @} */
 
 /** Renews node of inst: stamps it with the present second and makes it the
- * newest. */
+ * newest. A node of another instance, or one that is being released, is
+ * refused. */
 QOR_EXPORT void QOR_DQ_UpdateTimeStamp(QOR_DQ_NODE_S *node, QOR_DQ_INST_S *inst);
 
-/** Returns the present second of HOST_SecondNow. */
+/** Returns the present second of #HOST_SecondNow; 0 when the host cannot tell, and
+ * then the ages of all nodes are wrong. */
 QOR_EXPORT uint32_t QOR_DQ_GetTimeStamp(void);
 
 /** Orders two uint32_t: 1, 0 or -1; 0 for NULL. The compare callback of the tree

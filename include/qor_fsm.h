@@ -80,8 +80,8 @@ typedef struct QOR_FSM_INST_S {
     uint32_t ulOldState; /**< before the last transition */
     uint32_t ulCurState;
     const QOR_FSM_DESC_S *pstFsmDesc;
-    char szName[QOR_FSM_NAME_LEN]; /**< told in every diagnostic */
-    QOR_FSM_LIB_S *pstLib;
+    char szName[QOR_FSM_NAME_LEN];            /**< told in every diagnostic */
+    QOR_FSM_LIB_S *pstLib;                    /**< from QOR_FSM_InitLib */
     uint64_t ulUserData;                      /**< handed to every handler */
     uint64_t ulFallBackTimer;                 /**< handle of the timer that runs, or 0 */
     uint32_t ulOldEvent;                      /**< the last event that was accepted */
@@ -122,8 +122,10 @@ QOR_EXPORT void QOR_FSM_DeInitLib(QOR_FSM_LIB_S *lib, const void *p2);
  *   range that there is no cell; nothing has changed;
  * - QOR_FAIL: the description has no table (logged);
  * - QOR_ERR_ARG: inst, its description or its context is NULL;
- * - else: the handler's failure; the states are as before, but the counters, the
- *   times and the timer that was armed for the state now left again are not.
+ * - else: the handler's failure, which may equal the codes above; the
+ *                        states are as before, but the counters, the times and
+ *                        the timer that was armed for the state now left again
+ *                        are not. Instance and context must be there still.
  *
  * A state outside the range is reported and used, as far as the table goes.
  * The timer is armed anew even when the state stays; a timer that cannot be

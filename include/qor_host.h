@@ -130,8 +130,7 @@ void *HOST_MemAlloc(uint64_t moduleId, uint8_t partition, uint32_t size, const c
                     uint32_t line);
 
 /** Allocates as HOST_MemAlloc does; tag is a small number that differs per
- * allocation site. Used for log contexts and for what is allocated on behalf of
- * callers. */
+ * allocation site. Used for most records and for what is allocated on behalf of callers. */
 void *HOST_MemAllocBySid(uint64_t moduleId, uint32_t size, uint32_t tag);
 
 /** Releases memory of either allocator; NULL is ignored. */

@@ -1,8 +1,8 @@
 /** @file
  * Time helpers: the host's clocks in the forms that protocol code asks for.
  *
- * 64-bit readings travel as a high and a low word. A host operation that fails
- * is reported; the helper then returns what its comment says.
+ * 64-bit readings travel as a high and a low word. A host operation that fails is reported,
+ * unless the comment says otherwise, which also tells what is returned then.
  */
 #ifndef QOR_SYSTIME_H
 #define QOR_SYSTIME_H
@@ -44,7 +44,7 @@ QOR_EXPORT uint32_t QOR_TIME_GetMs2TickTime(uint32_t msHigh, uint32_t msLow, uin
 /** Stores the seconds from t1 to t2 when HOST_SystimeCompare answers 3 (t1 is
  * earlier), and returns the result of HOST_SystimeRelSecCal. For any other
  * answer stores 0 and returns the answer, 0 for equal times included.
- * QOR_ERR_ARG for NULL. */
+ * QOR_ERR_ARG for NULL. Nothing else is reported. */
 QOR_EXPORT uint32_t QOR_TIME_GetSystimeRelSecCal(const HOST_SYSTIME_S *t1, const HOST_SYSTIME_S *t2,
                                                  uint32_t *seconds);
 

@@ -82,11 +82,15 @@ void Write(QOR_DBG_S *ctx, uint32_t ulDbgType, const char *fmt, va_list args, va
     if (stored < 0) {
         return;
     }
+    if (ctx->ulMsgLen + static_cast<uint32_t>(stored) > kMsgMax) {
+        Report(
+            kSource);  // the host's formatter does not cut; the next message finds the buffer full
+    }
     if (ctx->ulMsgLen + static_cast<uint32_t>(stored) == kMsgMax) {
         // A full buffer counts as a message that did not fit: it begins the next one.
         ctx->pcMsgBuf[ctx->ulMsgLen] = '\0';
         QOR_DBG_OutputBuffer(ctx, ulDbgType);
-        ctx->ulMsgLen = 0;
+        ctx->ulMsgLen = 0;  // also when the lack of a piece buffer kept the text
         stored = FormatAtEnd(kSource, ctx, fmt, again);
         if (stored < 0) {
             return;

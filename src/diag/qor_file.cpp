@@ -28,7 +28,7 @@ QOR_FILE_S *QOR_FILE_Init(const QOR_FILE_CFG_S *cfg) {
     if (RefuseNull(kSource, ctx)) {
         return nullptr;
     }
-    ctx->pcFileBuf = static_cast<char *>(HOST_MemAllocBySid(cfg->ulSid, kBufferLen, kBufferTag));
+    ctx->pcFileBuf = qor::AllocZeroed<char>(kSource, cfg->ulSid, kBufferTag, kBufferLen);
     if (ctx->pcFileBuf == nullptr) {
         HOST_MemFree(ctx, kSource, __LINE__);
         Report(kSource);

@@ -13,7 +13,6 @@ using qor::RefuseNull;
 using qor::Report;
 using qor::Watch;
 using qor::dq::kSource;
-using qor::dq::OldestNode;
 using qor::dq::RefuseInstance;
 
 constexpr uint32_t kInstanceTag = 57;
@@ -31,6 +30,11 @@ Context *ContextOf(const QOR_DQ_INST_S *inst) {
 QOR_DQ_INST_S *FindInstance(QOR_DQ_S *ctx, uint32_t timerType) {
     return static_cast<QOR_DQ_INST_S *>(
         HOST_AvlFind(&ctx->stInstTree, &timerType, &ctx->stInstInfo));
+}
+
+QOR_DQ_NODE_S *OldestNode(const QOR_DQ_INST_S *inst) {
+    HOST_DLL_NODE_S *link = qor::First(inst->stNodeList);
+    return link == nullptr ? nullptr : qor::dq::NodeAt(link);
 }
 
 QOR_DQ_NODE_S *FindNode(QOR_DQ_INST_S *inst, const void *key) {
@@ -203,16 +207,18 @@ void QOR_DQ_FlushNode(QOR_DQ_INST_S *inst, uint32_t count) {
         return;
     }
     Context *ctx = ContextOf(inst);
-    Watch live(&ctx->watches, inst);
-    for (; count != 0 && live.HasFirst(); --count) {
+    for (; count != 0; --count) {
         QOR_DQ_NODE_S *node = OldestNode(inst);
         if (node == nullptr) {
             return;
         }
-        Watch watch(&ctx->watches, node);
+        Watch watch(&ctx->watches, inst, node);
         TimeOut(ctx, inst, node);  // whatever it answers
-        if (watch.HasFirst()) {
+        if (watch.HasSecond()) {
             DeleteNode(ctx, inst, node);
+        }
+        if (!watch.HasFirst()) {
+            return;
         }
     }
 }
@@ -242,7 +248,6 @@ uint32_t QOR_DQ_ProcTimer(uint32_t timerType, QOR_DQ_S *ctx) {
         return QOR_OK;
     }
     auto *context = static_cast<Context *>(ctx);
-    Watch live(&context->watches, inst);
     for (uint32_t i = 0; i < inst->stReg.ulCycleMaxNum; ++i) {
         QOR_DQ_NODE_S *node = OldestNode(inst);
         if (node == nullptr ||
@@ -250,14 +255,14 @@ uint32_t QOR_DQ_ProcTimer(uint32_t timerType, QOR_DQ_S *ctx) {
             break;
         }
         const bool last = qor::Next(inst->stNodeList, &node->stLink) == nullptr;
-        Watch watch(&context->watches, node);
+        Watch watch(&context->watches, inst, node);
         const uint32_t answer = TimeOut(context, inst, node);
-        if (watch.HasFirst() && answer == QOR_DQ_RENEW) {
+        if (watch.HasSecond() && answer == QOR_DQ_RENEW) {
             QOR_DQ_UpdateTimeStamp(node, inst);
-        } else if (watch.HasFirst()) {
+        } else if (watch.HasSecond()) {
             DeleteNode(context, inst, node);
         }
-        if (!live.HasFirst()) {
+        if (!watch.HasFirst()) {
             break;
         }
         inst->ulHandleCount++;
@@ -294,6 +299,10 @@ uint32_t QOR_DQ_StopCycleTimer(QOR_DQ_INST_S *inst) {
 
 void QOR_DQ_UpdateTimeStamp(QOR_DQ_NODE_S *node, QOR_DQ_INST_S *inst) {
     if (RefuseNull(kSource, node, inst)) {
+        return;
+    }
+    if (node->stLink.pstNext == nullptr || node->pstInst != inst) {
+        Report(kSource);  // pfnDelNode was called for it, or it is another instance's
         return;
     }
     node->ulTimeStamp = QOR_DQ_GetTimeStamp();

@@ -14,10 +14,6 @@ inline QOR_DQ_NODE_S *NodeAt(HOST_DLL_NODE_S *link) {
                            : EntryAt<QOR_DQ_NODE_S>(link, offsetof(QOR_DQ_NODE_S, stLink));
 }
 
-inline QOR_DQ_NODE_S *OldestNode(const QOR_DQ_INST_S *inst) {
-    return NodeAt(First(inst->stNodeList));
-}
-
 // Tells whether inst is NULL or without context, that is, being unregistered, and then reports it.
 inline bool RefuseInstance(Where where, const QOR_DQ_INST_S *inst) {
     if (inst != nullptr && inst->pstCtx != nullptr) {

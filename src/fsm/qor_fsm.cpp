@@ -17,28 +17,16 @@ constexpr char kSource[] = "qor_fsm";
 
 constexpr uint32_t kContextTag = 71;
 
-// A copy of an instance's name that surely ends.
-class Name {
-  public:
-    explicit Name(const QOR_FSM_INST_S *inst) {
-        std::memcpy(text_, inst->szName, QOR_FSM_NAME_LEN);
-        text_[QOR_FSM_NAME_LEN] = '\0';
-    }
-    operator const char *() const { return text_; }
-
-  private:
-    char text_[QOR_FSM_NAME_LEN + 1];
-};
-
 // Writes one diagnostic, which begins with the instance's name, to both sinks.
 template <class... Args>
 void Tell(const QOR_FSM_INST_S *inst, const char *fmt, Args... args) {
-    const Name name(inst);
+    char name[QOR_FSM_NAME_LEN + 1] = "";  // ends even when the instance's own one does not
+    std::memcpy(name, inst->szName, QOR_FSM_NAME_LEN);
     const QOR_FSM_LIB_S *lib = inst->pstLib;
     QOR_FILE_Output(reinterpret_cast<QOR_FILE_S *>(static_cast<uintptr_t>(lib->ulFileHandle)), fmt,
-                    static_cast<const char *>(name), args...);
+                    name, args...);
     QOR_LOG_DevLog(reinterpret_cast<QOR_LOG_S *>(static_cast<uintptr_t>(lib->ulLogHandle)), fmt,
-                   static_cast<const char *>(name), args...);
+                   name, args...);
 }
 
 // The description of inst; NULL, which is reported, without one.
@@ -177,7 +165,10 @@ uint32_t QOR_FSM_Execute(QOR_FSM_INST_S *inst, uint32_t event, uint64_t param, u
 }
 
 uint32_t QOR_FSM_MrCreateFallBackTimer(uint64_t param, QOR_FSM_INST_S *inst) {
-    if (RefuseInstance(kSource, inst)) {
+    if (RefuseNull(kSource, inst)) {
+        return QOR_ERR_ARG;
+    }
+    if (inst->pstFallBackTbl != nullptr && RefuseInstance(kSource, inst)) {
         return QOR_ERR_ARG;
     }
     uint64_t timer = 0;
@@ -204,10 +195,11 @@ uint32_t QOR_FSM_MrDeleteFallBackTimer(QOR_FSM_INST_S *inst) {
     if (inst->ulFallBackTimer == 0) {
         return QOR_OK;
     }
-    if (RefuseInstance(kSource, inst)) {
+    const QOR_FSM_LIB_S *lib = inst->pstLib;
+    if (RefuseNull(kSource, lib)) {
         return QOR_ERR_ARG;
     }
-    if (HOST_TimerDelete(inst->pstLib->ulTimerOwner, inst->ulFallBackTimer) != 0) {
+    if (HOST_TimerDelete(lib->ulTimerOwner, inst->ulFallBackTimer) != 0) {
         Tell(inst, "FSM %s: Failed to stop fall back timer 0x%u leaving state %u", 1U,
              inst->ulOldState);
     }

@@ -56,6 +56,8 @@ class QueueTest : public PlatformTest {
         {'e', [&](auto n) { return QOR_DQ_IsNodeExist(inst, &n); }},
         {'f', [&](auto n) { return QOR_DQ_FlushNode(inst, n), 0; }},
         {'g', [&](auto n) { return QOR_DQ_UpdateTimeStamp(Get(n), inst), 0; }},
+        {'h',
+         [&](auto n) { return n ? keep = Get(n), 0 : (QOR_DQ_UpdateTimeStamp(keep, inst), 0); }},
         {'i', [&](auto n) { return QOR_DQ_SetTimeOutValue(inst, n); }},
         {'k', [&](auto n) { return QOR_DQ_DelNode(inst, Get(n)->aucKey); }},
         {'o', [&](auto) { return reg.pfnCmpKey = Compare, (ctx = QOR_DQ_Init(&cfg)) ? 0 : 2; }},
@@ -100,6 +102,7 @@ class QueueTest : public PlatformTest {
     QOR_DQ_REG_INFO_S reg{4, 0, 30, 2, 60, timeOut, Compare, deleted, nullptr};
     QOR_DQ_S *ctx = nullptr;
     QOR_DQ_INST_S *inst = nullptr, *other = nullptr;
+    QOR_DQ_NODE_S *keep = nullptr;
     std::string log;
     std::map<char, std::string> on;  // what callbacks do
     uint32_t answer = 0;
@@ -210,6 +213,7 @@ TEST_F(QueueTest, Reentrance) {
                 {"t:d1 f2", "t1d1t2d2|3"},
                 {"t:d1 t", "t1d1t2d2|3|2"},
                 // pfnDelNode, in every operation that deletes
+                {"h1 d:h d1", "d1!|2,3"},
                 {"d:a5 f2", "t1d1t2d2|3,5"},
                 {"d:a5 d1", "d1|2,3,5"},
                 {"d:a5 d", "d1d2d3d5|"},
