@@ -58,12 +58,17 @@ Platform &Platform::Get() {
 }
 
 void Platform::Reset() {
-    for (auto &[size, blocks] : released_)
-        for (void *p : blocks) free(p);
+    FreeReleased();
     auto live = std::move(live_);
     *this = Platform{};
     live_ = std::move(live);
     time = HOST_SYSTIME_S{2026, 3, 5, 14, 7, 9, 4, 42};
+}
+
+void Platform::FreeReleased() {
+    for (auto &[size, blocks] : released_)
+        for (void *p : blocks) free(p);
+    released_.clear();
 }
 
 void Platform::FailAllocation(uint32_t nth) { failIn_ = nth; }
@@ -113,6 +118,7 @@ void PlatformTest::SetUp() {
 }
 
 void PlatformTest::TearDown() {
+    host.FreeReleased();
     std::string list;
     for (const auto &[p, block] : host.live_)
         list += " " + std::to_string(block.size) + " octets tag " + std::to_string(block.tag) + ",";

@@ -98,6 +98,8 @@ class Platform {
   private:
     friend class PlatformTest;
 
+    void FreeReleased();
+
     uint32_t failIn_ = 0;
     std::unordered_map<void *, Allocation> live_;
     std::unordered_map<uint32_t, std::vector<void *>> released_;  // by size, when reuse is set
