@@ -83,8 +83,7 @@ void Write(QOR_DBG_S *ctx, uint32_t ulDbgType, const char *fmt, va_list args, va
         return;
     }
     if (ctx->ulMsgLen + static_cast<uint32_t>(stored) > kMsgMax) {
-        Report(
-            kSource);  // the host's formatter does not cut; the next message finds the buffer full
+        Report(kSource);  // a formatter that does not cut; the next message finds the buffer full
     }
     if (ctx->ulMsgLen + static_cast<uint32_t>(stored) == kMsgMax) {
         // A full buffer counts as a message that did not fit: it begins the next one.

@@ -10,8 +10,7 @@ namespace qor::dq {
 inline constexpr char kSource[] = "qor_dq";
 
 inline QOR_DQ_NODE_S *NodeAt(HOST_DLL_NODE_S *link) {
-    return link == nullptr ? nullptr
-                           : EntryAt<QOR_DQ_NODE_S>(link, offsetof(QOR_DQ_NODE_S, stLink));
+    return EntryAt<QOR_DQ_NODE_S>(link, offsetof(QOR_DQ_NODE_S, stLink));
 }
 
 // Tells whether inst is NULL or without context, that is, being unregistered, and then reports it.
