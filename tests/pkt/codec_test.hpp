@@ -1,11 +1,8 @@
 // Fixture of the codec tests: a codec context whose log lines and error texts can be looked at.
 #pragma once
 
-#include <algorithm>
-#include <memory>
-
+#include "decoded.hpp"
 #include "qor_log.h"
-#include "record_text.hpp"
 #include "test_platform.hpp"
 
 namespace qor::test {
@@ -68,32 +65,6 @@ class CodecTest : public PlatformTest {
 
   private:
     size_t baseline_ = 0;
-};
-
-// One decoded message: the octets at an odd address in a heap block that ends where the message may
-// be read to, and the record, released at the end.
-class Decoded {
-  public:
-    Decoded(const std::vector<uint8_t> &message, const QOR_PKT_CTX_S &ctx) : ctx_(ctx) {
-        // 8 octets, and what the length field counts when that is acceptable, must be readable.
-        const size_t length = message.size() < 4 ? 0 : Word(message, 2);
-        const size_t size = std::max<size_t>(8, length > QOR_LDP_PKT_MAX_MSG_LEN ? 0 : 4 + length);
-        block_ = std::make_unique<uint8_t[]>(size + 1);
-        octets = block_.get() + 1;
-        std::copy_n(message.begin(), std::min(size, message.size()), octets);
-        rec.ulPeerIp = kPeer;
-        code = QOR_LDP_PKT_DecodeMsg(octets, &rec, &ctx);
-    }
-    ~Decoded() { QOR_LDP_PKT_FreeSignalMsg(&rec, &ctx_); }
-    Decoded(const Decoded &) = delete;
-
-    uint8_t *octets;
-    QOR_LDP_SIGNAL_MSG_S rec{};
-    uint32_t code;
-
-  private:
-    std::unique_ptr<uint8_t[]> block_;
-    const QOR_PKT_CTX_S &ctx_;
 };
 
 }  // namespace qor::test

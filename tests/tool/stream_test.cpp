@@ -96,6 +96,7 @@ TEST(StreamTest, GapsConnectionsAndLateSyns) {
         {"100S 5@ 102:b 66@ 103:c 101:a", "<start><1>bc<end>"},
         {"100S 102:* 101:a", "<start><1><big><end>"},
         {"103:cd 101:ab 100S", "<start>abcd<end>"},
+        {"100S 103:cd 108:h 101Fabcdef", "<start>abcdef<closed>"},
         // A repeated SYN and late copies are no new connection, data far away is.
         {"100S 101:ab 100S 103Fc 101:ab 104F 5000S 5001:de 5003R 90000000:f",
          "<start>abc<closed><start>de<closed><join>f<end>"},

@@ -149,6 +149,7 @@ void TcpStream::Deliver(uint64_t seq, Bytes data, uint32_t lost, bool fin, ByteS
         sink.Gap(missing, time);
     }
     if (fin && next_ == end) {
+        Release(held_.begin(), held_.end());  // a sender has nothing behind its FIN
         Close(true, sink, time);
     }
 }
