@@ -29,7 +29,7 @@ class Receiver final : public ByteSink, public MessageSink {
         Check(open_ && !data.empty());
         octets_ += data.size();
         framer_.Feed(data, *this);
-        Check(framer_.Held() <= kLongestPdu && framer_.Offset() == octets_);
+        Check(framer_.Held() <= 2 * kLongestPdu && framer_.Offset() == octets_);
     }
     void Gap(uint64_t octets, const Timestamp &) override {
         Check(open_ && octets != 0);

@@ -49,7 +49,7 @@ bool PlausibleMessages(Bytes data) {
 }  // namespace
 
 void Framer::Start(bool in_sync) {
-    partial_.clear();
+    Keep({});
     offset_ = skipped_ = 0;
     in_sync_ = in_sync;
 }
@@ -57,13 +57,14 @@ void Framer::Start(bool in_sync) {
 void Framer::Feed(Bytes data, MessageSink &sink) {
     if (partial_.empty()) {
         const size_t used = Parse(data, false, sink);
-        const Bytes rest = data.subspan(used);
-        partial_.assign(rest.begin(), rest.end());
+        Keep(data.subspan(used));
         return;
     }
     partial_.insert(partial_.end(), data.begin(), data.end());
     const size_t used = Parse(partial_, false, sink);
-    partial_.erase(partial_.begin(), partial_.begin() + static_cast<std::ptrdiff_t>(used));
+    if (used != 0) {
+        Keep(Bytes(partial_).subspan(used));
+    }
 }
 
 void Framer::Gap(uint64_t octets, MessageSink &sink) {
@@ -76,13 +77,19 @@ void Framer::Gap(uint64_t octets, MessageSink &sink) {
 void Framer::End(MessageSink &sink) {
     const size_t used = Parse(partial_, true, sink);
     const size_t rest = partial_.size() - used;
-    partial_.clear();
+    Keep({});
     if (rest != 0) {
         TellSkipped(sink);
         sink.Broken(Fault::kCutPdu, offset_, rest);
         offset_ += rest;
     }
     TellSkipped(sink);
+}
+
+// What is left of a PDU stays in a block of its size: thousands of streams would otherwise keep the
+// room of the longest PDU that each of them ever had.
+void Framer::Keep(Bytes rest) {
+    std::vector<uint8_t>(rest.begin(), rest.end()).swap(partial_);
 }
 
 // Reads all whole PDUs of data and returns the octets consumed. last: no more will come.

@@ -53,9 +53,11 @@ class Framer {
     void End(MessageSink &sink);
 
     uint64_t Offset() const { return offset_ + partial_.size(); }
-    size_t Held() const { return partial_.size(); }
+    // Memory that the framer holds, in octets.
+    size_t Held() const { return partial_.capacity(); }
 
   private:
+    void Keep(Bytes rest);
     size_t Parse(Bytes data, bool last, MessageSink &sink);
     size_t Search(Bytes data, bool last);
     void ParsePdu(Bytes pdu, uint64_t offset, MessageSink &sink);

@@ -10,7 +10,7 @@ namespace {
 constexpr uint64_t kEpoch = uint64_t{1} << 32;
 
 // What a held segment costs beside its octets, so that tiny segments are bounded as well.
-constexpr size_t kHeldOverhead = 128;
+constexpr size_t kHeldOverhead = 160;
 
 }  // namespace
 
