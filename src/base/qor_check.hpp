@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "qor_host.h"
@@ -44,7 +45,8 @@ bool RefuseNull(Where where, T *...args) {
 }
 
 // memcpy_s whose failure is reported. Nothing to copy is no call: the bounded routine would take a
-// NULL source for an error even then.
+// NULL source for an error even then. What a failing host left out is copied all the same: records
+// that go on with an empty configuration would call through NULL or forget what they own.
 inline int CopyChecked(Where where, void *dst, size_t room, const void *src, size_t n) {
     if (n == 0) {
         return 0;
@@ -52,6 +54,9 @@ inline int CopyChecked(Where where, void *dst, size_t room, const void *src, siz
     const int result = memcpy_s(dst, room, src, n);
     if (result != 0) {
         Report(where);
+        if (n <= room) {
+            std::memcpy(dst, src, n);
+        }
     }
     return result;
 }

@@ -114,16 +114,6 @@ TEST_F(LogTest, LongLines) {
     EXPECT_EQ(host.lines.at(1).text, "[(null)](null)-CID=0x1ab: x");
 }
 
-TEST_F(LogTest, ShortMemory) {
-    const size_t blocks = host.LiveBlocks();
-    for (uint32_t n : {1u, 2u}) {
-        host.FailAllocation(n);
-        EXPECT_EQ(QOR_LOG_Init(&cfg, this), nullptr);
-        EXPECT_EQ(host.asserts.size(), n);
-        EXPECT_EQ(host.LiveBlocks(), blocks);
-    }
-}
-
 TEST_F(LogTest, EncapsulationNames) {
     EXPECT_STREQ(QOR_LOG_ChangeEncap2Str(25), "Frame Relay DLCI");
     EXPECT_STREQ(QOR_LOG_ChangeEncap2Str(26), "unsupport");

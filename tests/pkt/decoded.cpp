@@ -87,6 +87,13 @@ constexpr struct {
     {"the marker TLV is written without the U bit that its decoder wants",
      [](const Record &r) { return (r.usFlags & QOR_LDP_FLAG_MARKER) != 0; },
      {RoundTrip::Encoding::kOther, QOR_LDP_ERR_UNKNOWN_TLV}},
+    {"unknown TLVs that no longer fit behind what the encoder adds",
+     [](const Record &r) {
+         constexpr uint32_t kAdded = 64;  // address list, FEC TLV, MAC list
+         return IsMacWithdraw(r) && r.stUnknownTlvList.ulCount != 0 &&
+                r.usMsgLen + kAdded > QOR_LDP_PKT_MAX_MSG_LEN;
+     },
+     {RoundTrip::Encoding::kUnclear, 0}},
     {"an error with the code of a PW status",
      [](const Record &r) {
          return IsError(r) && (r.ulStatus & 0x3FFFFFFF) == QOR_LDP_STATUS_PW_STATUS;

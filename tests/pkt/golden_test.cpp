@@ -137,52 +137,6 @@ TEST_F(GoldenTest, BentOctets) {
     });
 }
 
-TEST_F(GoldenTest, FailingDecodes) {
-    ForEach([&](const Golden &g, const std::vector<uint8_t> &octets) {
-        bool failed = g.octets != nullptr;
-        for (uint32_t n = 1; failed; ++n) {
-            host.FailAllocation(n);
-            {
-                Decoded decoded(octets, ctx);
-                failed = host.allocationCalls >= n;
-                EXPECT_EQ(host.asserts.size(), failed ? 1u : 0u);
-                if (!failed)
-                    EXPECT_EQ(decoded.code, QOR_OK);
-                else if (decoded.code == QOR_OK)  // a description that cannot be moved is dropped
-                    EXPECT_EQ(decoded.rec.szIntfDesc, nullptr);
-                else
-                    EXPECT_TRUE(decoded.code == QOR_FAIL || decoded.code == QOR_ERR_NO_MEM);
-            }
-            NextCase();
-        }
-    });
-}
-
-TEST_F(GoldenTest, FailingCopies) {
-    ForEach([&](const Golden &g, const std::vector<uint8_t> &octets) {
-        bool failed = true;
-        for (uint32_t n = 1; failed; ++n) {
-            const TextRecord source(g.record, octets);
-            const std::string before = Describe(source.rec);
-            QOR_LDP_SIGNAL_MSG_S copy{};
-            host.FailAllocation(n);
-            const uint32_t code = QOR_LDP_PKT_CopySignalMsg(&copy, &source.rec, &ctx);
-            EXPECT_EQ(Describe(source.rec), before);
-            failed = host.allocationCalls >= n;
-            EXPECT_EQ(code, failed ? QOR_ERR_NO_MEM : QOR_OK);
-            EXPECT_EQ(host.asserts.size(), failed ? 1u : 0u);
-            // What a failed copy still points to would be the source's.
-            EXPECT_TRUE(!failed || (copy.szIntfDesc == nullptr && copy.pucIntfPara == nullptr &&
-                                    copy.pucMacList == nullptr && copy.pucPathVector == nullptr &&
-                                    copy.pucPwTag == nullptr && copy.pucNotifyData == nullptr &&
-                                    copy.stUnknownTlvList.ulCount == 0 && copy.usIntfParaLen == 0 &&
-                                    copy.ulMacLen + copy.ulPathVectorLen + copy.ulPwTagLen == 0));
-            QOR_LDP_PKT_FreeSignalMsg(&copy, &ctx);
-            NextCase();
-        }
-    });
-}
-
 TEST_F(GoldenTest, FailingEncodes) {  // only the description is allocated
     ForEach([&](const Golden &g, const std::vector<uint8_t> &octets) {
         TextRecord source(g.record, octets);

@@ -22,15 +22,20 @@ void Record(Sink sink, uint32_t key, const char *fmt, va_list ap) {
 uint64_t Arm(Timer timer) {
     static uint64_t lastHandle = 0x700000000;  // more than 32 bits: a cut handle shows
     Platform &host = Platform::Get();
-    if (host.failTimers) return 0;
+    if (host.Fails(Call::kTimerCreate) || host.failTimers) return 0;
     timer.handle = ++lastHandle;
     host.timers.push_back(timer);
     return timer.handle;
 }
 
+// The result of a clock operation.
+uint32_t ClockResult() {
+    Platform &host = Platform::Get();
+    return host.Fails(Call::kClock) ? 1 : host.clockResult;
+}
+
 // Fills a reading of two words, or nothing when clocks fail.
-uint32_t Read(uint64_t value, uint32_t *high, uint32_t *low) {
-    const uint32_t result = Platform::Get().clockResult;
+uint32_t Fill(uint32_t result, uint64_t value, uint32_t *high, uint32_t *low) {
     if (result == 0) {
         *high = static_cast<uint32_t>(value >> 32);
         *low = static_cast<uint32_t>(value);
@@ -38,10 +43,16 @@ uint32_t Read(uint64_t value, uint32_t *high, uint32_t *low) {
     return result;
 }
 
+// Reads a clock, behind what happens to it just now.
+uint32_t Read(const uint64_t &clock, uint32_t *high, uint32_t *low) {
+    const uint32_t result = ClockResult();
+    return Fill(result, clock, high, low);
+}
+
 uint32_t ReadTime(HOST_SYSTIME_S *t) {
-    const Platform &host = Platform::Get();
-    if (host.clockResult == 0) *t = host.time;
-    return host.clockResult;
+    const uint32_t result = ClockResult();
+    if (result == 0) *t = Platform::Get().time;
+    return result;
 }
 
 constexpr uint64_t Pair(uint32_t high, uint32_t low) { return uint64_t{high} << 32 | low; }
@@ -71,7 +82,18 @@ void Platform::FreeReleased() {
     released_.clear();
 }
 
-void Platform::FailAllocation(uint32_t nth) { failIn_ = nth; }
+void Platform::FailCall(Call call, uint32_t nth, bool onward, void (*event)(Platform &)) {
+    failures_[static_cast<size_t>(call)] = {nth, onward, event};
+}
+
+bool Platform::Fails(Call call) {
+    Failure &failure = failures_[static_cast<size_t>(call)];
+    if (failure.in == 0 || --failure.in != 0) return false;
+    failure.in = failure.onward ? 1 : 0;
+    faults++;
+    if (failure.event) failure.event(*this);
+    return !failure.event;
+}
 
 size_t Platform::LiveBlocks() const { return live_.size(); }
 
@@ -84,7 +106,7 @@ std::vector<std::string> Platform::Texts(Sink sink) const {
 
 void *Platform::Allocate(Allocation allocation) {
     allocationCalls++;
-    if (failIn_ != 0 && --failIn_ == 0) return nullptr;
+    if (Fails(Call::kAllocate)) return nullptr;
     std::vector<void *> &again = released_[allocation.size];
     void *p = again.empty() ? malloc(allocation.size) : again.back();
     if (!again.empty()) again.pop_back();
@@ -127,6 +149,9 @@ void PlatformTest::TearDown() {
 
 }  // namespace qor::test
 
+using qor::test::Call;
+using qor::test::ClockResult;
+using qor::test::Fill;
 using qor::test::Pair;
 using qor::test::Platform;
 using qor::test::Read;
@@ -165,7 +190,8 @@ uint32_t HOST_TimerDelete(uint64_t owner, uint64_t handle) {
         return timer.owner == owner && timer.handle == handle;
     };
     Platform &host = Platform::Get();
-    return std::erase_if(host.timers, isIt) == 1 && !host.failTimerDelete ? 0 : 1;
+    const bool refuses = host.Fails(Call::kTimerDelete) || host.failTimerDelete;
+    return std::erase_if(host.timers, isIt) == 1 && !refuses ? 0 : 1;
 }
 
 uint32_t HOST_SystimeGet(HOST_SYSTIME_S *t) { return ReadTime(t); }
@@ -181,8 +207,9 @@ uint32_t HOST_GetUptimeSec(uint32_t *secHigh, uint32_t *secLow) {
 }
 
 uint32_t HOST_SecondNow(uint32_t *sec, uint32_t *subSec) {
+    const uint32_t result = ClockResult();
     const uint64_t ticks = Platform::Get().ticks;
-    return Read((ticks / 1000) << 32 | ticks % 1000 * 1000, sec, subSec);
+    return Fill(result, (ticks / 1000) << 32 | ticks % 1000 * 1000, sec, subSec);
 }
 
 uint32_t HOST_TickGet(uint32_t *tickHigh, uint32_t *tickLow) {
@@ -190,7 +217,7 @@ uint32_t HOST_TickGet(uint32_t *tickHigh, uint32_t *tickLow) {
 }
 
 uint32_t HOST_TickMs2Tick(uint32_t msHigh, uint32_t msLow, uint32_t *tickHigh, uint32_t *tickLow) {
-    return Read(Pair(msHigh, msLow), tickHigh, tickLow);
+    return Fill(ClockResult(), Pair(msHigh, msLow), tickHigh, tickLow);
 }
 
 void HOST_GetCpuTick(uint32_t *tickHigh, uint32_t *tickLow) {
@@ -200,18 +227,18 @@ void HOST_GetCpuTick(uint32_t *tickHigh, uint32_t *tickLow) {
 }
 
 uint32_t HOST_CpuTick2Ms(uint32_t tickHigh, uint32_t tickLow, uint32_t *msHigh, uint32_t *msLow) {
-    return Read(Pair(tickHigh, tickLow), msHigh, msLow);
+    return Fill(ClockResult(), Pair(tickHigh, tickLow), msHigh, msLow);
 }
 
 uint32_t HOST_SystimeRelSecCal(const HOST_SYSTIME_S *t1, const HOST_SYSTIME_S *t2,
                                uint32_t *seconds) {
-    const uint32_t result = Platform::Get().clockResult;
+    const uint32_t result = ClockResult();
     return result != 0 ? result : qor::host::RelativeSeconds(*t1, *t2, seconds);
 }
 
 // Local time is GMT here.
 uint32_t HOST_SystimeSec2Time(uint32_t sec, HOST_SYSTIME_S *t) {
-    const uint32_t result = Platform::Get().clockResult;
+    const uint32_t result = ClockResult();
     if (result == 0) {
         const time_t seconds = sec;
         tm broken{};
@@ -224,7 +251,7 @@ uint32_t HOST_SystimeSec2Time(uint32_t sec, HOST_SYSTIME_S *t) {
 uint32_t HOST_SystimeSecSince1970(const HOST_SYSTIME_S *t, uint32_t *secHigh, uint32_t *secLow) {
     int64_t ms = 0;
     if (!qor::host::ToMilliseconds(*t, &ms) || ms < 0) return 1;
-    return Read(static_cast<uint64_t>(ms) / 1000, secHigh, secLow);
+    return Fill(ClockResult(), static_cast<uint64_t>(ms) / 1000, secHigh, secLow);
 }
 
 void HOST_EventLog(uint32_t cid, uint32_t eventPara, uint64_t eventId, const char *msgName,

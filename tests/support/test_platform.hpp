@@ -1,6 +1,6 @@
 // The platform that tests link instead of the default one: it records every report and every
-// line, has clocks that a test sets, timers that a test fires, and an allocator that fails where a
-// test wants it to. The containers and text routines are those of the default platform.
+// line, has clocks that a test sets, timers that a test fires, and operations that fail where a
+// test wants them to. The containers and text routines are those of the default platform.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -55,6 +55,12 @@ struct Timer {
     bool periodic;
 };
 
+// The kinds of operations that can be made to fail, and how: no memory, no timer, a timer that is
+// gone, a clock or its conversion that leaves its results alone, a bounded routine that leaves the
+// destination zeroed, a formatter that leaves it empty. The last two kinds, and divisions, only in
+// tests that link qor_test_failing.
+enum class Call { kAllocate, kTimerCreate, kTimerDelete, kClock, kBounded, kFormat };
+
 // All state of the platform. The HOST_* operations work on Platform::Get().
 class Platform {
   public:
@@ -64,8 +70,15 @@ class Platform {
     // known, so that a leak of an earlier test is not hidden.
     void Reset();
 
-    // Makes the nth allocation from now on fail (1 is the next one), and only that one; 0 none.
-    void FailAllocation(uint32_t nth);
+    // Makes the nth call of a kind from now on fail (1 is the next one; 0 none), and only that one
+    // unless all behind it are to fail as well. Given an event, the call makes that happen instead.
+    void FailCall(Call call, uint32_t nth, bool onward = false,
+                  void (*event)(Platform &) = nullptr);
+    void FailAllocation(uint32_t nth) { FailCall(Call::kAllocate, nth); }
+
+    // For the operations: counts a call and tells whether it must fail.
+    bool Fails(Call call);
+    uint32_t faults = 0;  // calls that failed, or made an event happen, because of FailCall
 
     size_t LiveBlocks() const;
 
@@ -100,7 +113,12 @@ class Platform {
 
     void FreeReleased();
 
-    uint32_t failIn_ = 0;
+    struct Failure {
+        uint32_t in = 0;
+        bool onward = false;
+        void (*event)(Platform &) = nullptr;
+    };
+    Failure failures_[6];  // by Call
     std::unordered_map<void *, Allocation> live_;
     std::unordered_map<uint32_t, std::vector<void *>> released_;  // by size, when reuse is set
 };
