@@ -3,9 +3,12 @@
 # Flags shared by all code of the project, tests and tools included.
 add_library(qor_flags INTERFACE)
 target_compile_options(qor_flags INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wno-format-nonliteral
-  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+  -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wformat=2
+  -Wno-format-nonliteral -Wcast-align -Wcast-qual -Wdouble-promotion -Wundef -Wvla
+  -Wredundant-decls
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wextra-semi>
   $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>
+  $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op>
   $<$<BOOL:${QOR_WERROR}>:-Werror>)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # Reports "text" + std::string, which overlaps nothing (GCC bug 105651).

@@ -25,12 +25,16 @@ test clang              clang++
 test libclang-rt-14-dev lib/llvm-14/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a
 test clang-format-14    clang-format-14
 test clang-tidy-14      clang-tidy-14
+test cppcheck           cppcheck
 test doxygen            doxygen
+test frr                lib/frr/ldpd
 test gcovr              gcovr
+test iproute2           ip
 test mandoc             mandoc
 test shellcheck         shellcheck
 test tcpdump            tcpdump
 test tshark             tshark
+test valgrind           valgrind
 '
 
 # is_there PROBE

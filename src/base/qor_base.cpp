@@ -15,13 +15,15 @@ constexpr char kSource[] = "qor_base";
 constexpr uint8_t kMaxPrefixLen = 128;
 
 // Entry n has the top n bits set.
-constexpr std::array<uint32_t, 33> kIpv4Mask = [] {
+constexpr std::array<uint32_t, 33> MakeIpv4Masks() {
     std::array<uint32_t, 33> mask{};
     for (unsigned n = 1; n < mask.size(); ++n) {
         mask[n] = ~uint32_t{0} << (32 - n);
     }
     return mask;
-}();
+}
+
+constexpr std::array<uint32_t, 33> kIpv4Mask = MakeIpv4Masks();
 
 // The host takes an address as two words of four 16-bit groups, the first group lowest.
 struct Groups {

@@ -247,7 +247,7 @@ uint32_t QOR_LDP_PKT_EncodeGenPwId(uint8_t *out, const QOR_LDP_PWID_FEC_INFO_S *
     const QOR_LDP_FEC129_S &id = fecInfo->stKey.stFec129;
     // The lengths count as the record has them, whether the values are written or not.
     const auto infoLen =
-        static_cast<uint8_t>(id.ucAgiLen + id.ucSaiiLen + id.ucTaiiLen + kIdHeadersLen);
+        static_cast<uint8_t>(uint32_t{id.ucAgiLen} + id.ucSaiiLen + id.ucTaiiLen + kIdHeadersLen);
     PutPwWord(out, kElementGenPwId, fecInfo, infoLen);
     wire::Writer body(out + kElementHeaderLen);
     PutId(body, id.ucAgiType, id.ucAgiLen);

@@ -124,8 +124,9 @@ void HOST_DevLogLimit(uint32_t cid, const char *fmt, ...) {
         char text[64];
         HOST_SnprintfTruncated(text, sizeof text, "%llu lines of component 0x%x dropped",
                                static_cast<unsigned long long>(dropped), cid);
-        line.szText = text;
-        Write(line);
+        HOST_POSIX_LINE_S note = line;
+        note.szText = text;
+        Write(note);
     }
     va_list ap;
     va_start(ap, fmt);
