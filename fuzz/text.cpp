@@ -16,20 +16,22 @@ namespace {
 
 constexpr uint32_t kBox = 7;
 
+// Each takes up to two texts.
+constexpr const char *kFormats[] = {"%s", "\r\n%s", "%.9s|%5s", nullptr};
+constexpr uint32_t kFormatCount = std::size(kFormats);
+
 // What an input works on.
 class Recorders {
   public:
     explicit Recorders(FuzzedDataProvider &in) {
-        static constexpr const char *kFormats[] = {"%s",    "\r\n%s",   "%s%n",
-                                                   nullptr, "%.9s|%5s", "%lc"};
         FailAllocation(in.ConsumeIntegral<uint8_t>());
-        size_ = in.ConsumeIntegralInRange<uint32_t>(0, 2 * QOR_DBG_MSG_LEN);
+        const auto size = in.ConsumeIntegralInRange<uint32_t>(0, 2 * QOR_DBG_MSG_LEN);
         mam_ = QOR_MAM_Init(1, this);
         if (mam_ != nullptr) {
-            QOR_MAM_BlackBoxCreate(mam_, kBox, size_, in.ConsumeIntegralInRange<uint32_t>(0, 15));
+            const auto mode = in.ConsumeIntegralInRange<uint32_t>(0, 15);
+            box_ = QOR_MAM_BlackBoxCreate(mam_, kBox, size, mode);
         }
-        formats_ = std::size(kFormats);
-        const QOR_DBG_CFG_S dbg{0, 1, "fuzz", kFormats, formats_, 1, 2, 3, in.ConsumeBool()};
+        const QOR_DBG_CFG_S dbg{0, 1, "fuzz", kFormats, kFormatCount, 1, 2, 3, in.ConsumeBool()};
         dbg_ = QOR_DBG_Init(&dbg, this);
         QOR_LOG_CFG_S log{};
         log.ulSid = 1;
@@ -56,9 +58,10 @@ class Recorders {
             case 0:
                 return QOR_DBG_Output(dbg_, index, "%s", text);
             case 1:
-                return QOR_DBG_WriteBuffer(dbg_, index, SafeIndex(index), text, text);
+                return QOR_DBG_WriteBuffer(dbg_, index, index % (kFormatCount + 1), text, text);
             case 2:
-                return QOR_DBG_WriteAndOutputBuffer(dbg_, index, SafeIndex(index), text, text);
+                return QOR_DBG_WriteAndOutputBuffer(dbg_, index, index % (kFormatCount + 1), text,
+                                                    text);
             case 3:
                 return QOR_DBG_AppendStr2Buffer_H(dbg_, text);
             case 4:
@@ -66,8 +69,7 @@ class Recorders {
             case 5:
                 return QOR_LOG_DevLog(log_, "%s", text);
             case 6:
-                QOR_MAM_BlackBoxWriteString(mam_, kBox, "%s", text);
-                return CheckBox();
+                return Record(text);
             case 7:
                 return QOR_FILE_Output(file_, "%s", text);
             default:
@@ -76,21 +78,21 @@ class Recorders {
     }
 
   private:
-    // "%n" would write through the text, "%lc" takes a number.
-    uint32_t SafeIndex(uint32_t index) const {
-        index %= formats_ + 1;
-        return index == 2 || index == 5 ? 0 : index;
-    }
-
-    void CheckBox() {
-        const uint8_t *ring = QOR_MAM_BlackBoxGetBuffer(mam_, kBox);
-        const uint32_t size = QOR_MAM_BlackBoxGetSize(mam_, kBox);
-        FUZZ_CHECK(size <= QOR_MAM_BOX_MAX);
-        uint32_t sum = 0;
-        for (uint32_t i = 0; ring != nullptr && i < size; ++i) {
-            sum += ring[i];  // each octet of it may be read
+    // The ring ends with the record, as far as it has room.
+    void Record(const char *text) {
+        constexpr size_t kLongest = 999;
+        const uint32_t code = QOR_MAM_BlackBoxWriteString(mam_, kBox, "%s", text);
+        FUZZ_CHECK((code == QOR_OK) == (box_ != nullptr));
+        if (box_ == nullptr) {
+            return;
         }
-        FUZZ_CHECK(sum <= size * 255);
+        const std::string record = std::string(text).substr(0, kLongest) + "\r\n";
+        const auto size = static_cast<size_t>(box_->pucEnd - box_->pucStart);
+        const uint8_t *at = box_->pucWrite;
+        for (size_t n = 1; n <= record.size() && n < size; ++n) {
+            at = at == box_->pucStart ? box_->pucEnd - 1 : at - 1;
+            FUZZ_CHECK(*at == static_cast<uint8_t>(record[record.size() - n]));
+        }
     }
 
     // The pieces of a text are the text.
@@ -109,11 +111,10 @@ class Recorders {
     }
 
     QOR_MAM_S *mam_ = nullptr;
+    QOR_MAM_BLACKBOX_S *box_ = nullptr;
     QOR_DBG_S *dbg_ = nullptr;
     QOR_LOG_S *log_ = nullptr;
     QOR_FILE_S *file_ = nullptr;
-    uint32_t formats_ = 0;
-    uint32_t size_ = 0;
 };
 
 void Addresses(FuzzedDataProvider &in) {
