@@ -99,6 +99,12 @@ constexpr struct {
          return IsError(r) && (r.ulStatus & 0x3FFFFFFF) == QOR_LDP_STATUS_PW_STATUS;
      },
      {RoundTrip::Encoding::kUnclear, 0}},
+    {"without a status and a PW ID what is left is too short for a Notification",
+     [](const Record &r) {
+         return IsNotification(r) && !IsError(r) && r.ulStatus == QOR_LDP_PKT_NONE &&
+                !IsGeneral(r) && r.ucNoPwId == 1;
+     },
+     {RoundTrip::Encoding::kOther, QOR_LDP_ERR_NOTIFY_LEN}},
     {"without a status the Status TLV, which must be the first, is left out",
      [](const Record &r) {
          return IsNotification(r) && !IsError(r) && r.ulStatus == QOR_LDP_PKT_NONE;

@@ -159,6 +159,12 @@ constexpr Golden kGolden[] = {
      "0001 002a 00000027 0300 000a 00000006 00000027 0000 896a 0004 00000001 " PWID},
     {"notification without status", nullptr, PWID_TEXT "status=0xffffffff",
      "0001 0014 00000028 " PWID},
+    // All ones is a status on the way in and none on the way out.
+    {"notification of a group without status",
+     "0001 002a 00000029 0300 000a 00000028 00000029 0000 896a 0004 ffffffff "
+     "0100 0008 80 0005 00 00000009",
+     "pwtype=5 nopwid=1 group=9 status=0xffffffff statusid=0x29",
+     "0001 0010 00000029 0100 0008 80 0005 00 00000009"},
 
     // ---- MAC withdrawal: RFC 4762 6.2, RFC 7361 3.1.1
     {"MAC list", "0301 002e 00000030 " ADDRESS PWID "8404 000c 00112233445566778899aabb",
