@@ -161,7 +161,7 @@ constexpr Golden kGolden[] = {
      "0001 0014 00000028 " PWID},
     // All ones is a status on the way in and none on the way out.
     {"notification of a group without status",
-     "0001 002a 00000029 0300 000a 00000028 00000029 0000 896a 0004 ffffffff "
+     "0001 0026 00000029 0300 000a 00000028 00000029 0000 896a 0004 ffffffff "
      "0100 0008 80 0005 00 00000009",
      "pwtype=5 nopwid=1 group=9 status=0xffffffff statusid=0x29",
      "0001 0010 00000029 0100 0008 80 0005 00 00000009"},
