@@ -5,6 +5,32 @@
 
 using namespace qor::fuzz;
 
+namespace {
+
+// Answers a refused message by a Notification that returns it, cut where a TLV has no more room.
+void Return(Bytes message, uint32_t code) {
+    QOR_LDP_SIGNAL_MSG_S answer{}, copy{};
+    uint16_t type = 0, length = 0;
+    if (message.size() >= 8) {
+        QOR_LDP_PKT_DecodeMsgHeader(message.data(), &type, &length);
+    }
+    uint32_t fatal = 0;
+    answer.ulMsgType = QOR_LDP_MSG_NOTIFICATION;
+    answer.usFlags = QOR_LDP_FLAG_ERR_NOTIFY;
+    answer.ulStatus = QOR_LDP_PKT_ErrCode2StatusCode(code, &fatal);
+    answer.usStatusMsgType = type;
+    answer.usNotifyDataLen = static_cast<uint16_t>(std::min<size_t>(message.size(), 4000));
+    answer.pucNotifyData = const_cast<uint8_t *>(message.data());
+    if (QOR_LDP_PKT_CopySignalMsg(&copy, &answer, &CodecContext()) == QOR_OK) {
+        const auto buffer = std::make_unique<uint8_t[]>(QOR_LDP_PKT_ENC_BUF_LEN);
+        const uint32_t octets = QOR_LDP_PKT_EncodeMsg(buffer.get(), &copy, &CodecContext());
+        FUZZ_CHECK(octets >= 18U + answer.usNotifyDataLen);
+        QOR_LDP_PKT_FreeSignalMsg(&copy, &CodecContext());
+    }
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     // A direct decoder takes no type; its caller names it for the release.
     constexpr struct {
@@ -37,6 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             QOR_LDP_PKT_FreeSignalMsg(&copy, &CodecContext());
         } else {
             FUZZ_CHECK(LiveBlocks() == live);  // a refused message leaves nothing to release
+            Return(Bytes(data, size - 2), decoded.code);
         }
         QOR_LDP_PKT_FreeSignalMsg(&decoded.rec, &CodecContext());
     }

@@ -1,8 +1,10 @@
 // Segments of one connection in any order, with any flags, overlapping and missing: what the
-// framer gets is in order, and all that was held back is given back.
+// framer gets is counted right, all that was held back is given back, and where each octet tells
+// its place, each comes in its place.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdlib>
+#include <numeric>
 
 #include "framer.hpp"
 #include "tcp_stream.hpp"
@@ -19,14 +21,24 @@ void Check(bool condition) {
 
 class Receiver final : public ByteSink, public MessageSink {
   public:
+    // placed: the octets of the segments are the low octets of their sequence numbers.
+    explicit Receiver(bool placed) : placed_(placed) {}
+
     void Start(bool joined, const Timestamp &) override {
         Check(!open_);
         open_ = true;
         octets_ = 0;
+        next_ = -1;
         framer_.Start(!joined);
     }
     void Data(Bytes data, const Timestamp &) override {
         Check(open_ && !data.empty());
+        if (placed_) {
+            for (const uint8_t octet : data) {
+                Check(next_ < 0 || octet == next_);
+                next_ = (octet + 1) & 0xFF;
+            }
+        }
         octets_ += data.size();
         framer_.Feed(data, *this);
         Check(framer_.Held() <= 2 * kLongestPdu && framer_.Offset() == octets_);
@@ -34,6 +46,9 @@ class Receiver final : public ByteSink, public MessageSink {
     void Gap(uint64_t octets, const Timestamp &) override {
         Check(open_ && octets != 0);
         octets_ += octets;
+        if (next_ >= 0) {
+            next_ = static_cast<uint8_t>(static_cast<uint64_t>(next_) + octets);
+        }
         framer_.Gap(octets, *this);
         Check(framer_.Held() == 0 && framer_.Offset() == octets_);
     }
@@ -55,8 +70,10 @@ class Receiver final : public ByteSink, public MessageSink {
   private:
     static constexpr size_t kLongestPdu = 4 + 0xFFFF;
     Framer framer_;
+    const bool placed_;
     bool open_ = false;
     uint64_t octets_ = 0;
+    int next_ = -1;  // the octet that must come next, when placed; -1 any
 };
 
 }  // namespace
@@ -64,7 +81,8 @@ class Receiver final : public ByteSink, public MessageSink {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzedDataProvider in(data, size);
     Budget budget;
-    Receiver receiver;
+    const bool placed = in.ConsumeBool();
+    Receiver receiver(placed);
     TcpStream stream(budget);
     uint32_t seq = in.ConsumeIntegral<uint32_t>();
     Packet packet;
@@ -76,8 +94,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         } else if (flags & 0x20) {
             seq = in.ConsumeIntegral<uint32_t>();
         }
-        const auto payload = in.ConsumeBytes<uint8_t>(in.ConsumeIntegralInRange<size_t>(0, 200));
+        auto payload = in.ConsumeBytes<uint8_t>(in.ConsumeIntegralInRange<size_t>(0, 200));
         packet.syn = (flags & 7) == 1;
+        if (placed) {
+            std::iota(payload.begin(), payload.end(),
+                      static_cast<uint8_t>(seq + (packet.syn ? 1 : 0)));
+        }
         packet.fin = (flags & 7) == 2;
         packet.rst = (flags & 7) == 3;
         packet.missing = (flags & 7) == 4 ? in.ConsumeIntegral<uint8_t>() : 0;

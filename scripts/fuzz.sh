@@ -24,7 +24,14 @@ max_length() {
     esac
 }
 
-targets() { find "$binaries/seeds" -mindepth 1 -maxdepth 1 -printf '%f\n' | sort; }
+targets() {
+    local program
+    for program in "$binaries"/fuzz_*; do
+        if [ -f "$program" ] && [ "${program##*/}" != fuzz_seeds ]; then
+            echo "${program##*/fuzz_}"
+        fi
+    done
+}
 
 # fuzz TARGET SECONDS FOLDER: FOLDER gets what is interesting
 fuzz() {
@@ -38,8 +45,11 @@ fuzz() {
     awk -v name="$1" -v seconds="$seconds" '
         / cov: / { for (i = 1; i < NF; i++) if ($i == "cov:") edges = $(i + 1) }
         /number_of_executed_units/ { inputs = $2 }
-        END { printf "%-16s %11d inputs %6d edges %6d s of processor time\n", name, inputs, edges, seconds }
-    ' "$log"
+        END {
+            printf "%-16s %11d inputs %6d edges %6d s of processor time\n", name, inputs, edges, seconds
+            exit edges == 0
+        }
+    ' "$log" || status=1
     if [ "$status" -ne 0 ]; then
         grep -m 1 -A 12 -E 'ERROR: |not true|runtime error' "$log" >&2 || tail -n 20 "$log" >&2
         printf 'fuzz_%s failed, see %s\n' "$1" "$log" >&2
@@ -52,8 +62,10 @@ run_logged build-fuzz cmake --build --preset fuzz -j "$(nproc 2>/dev/null || ech
 
 case $#:${1:-} in
 2:--smoke)
+    mapfile -t names < <(targets)
+    [ ${#names[@]} -ne 0 ] || die "there are no fuzzers"
     status=0
-    for target in $(targets); do
+    for target in "${names[@]}"; do
         corpus=$(mktemp -d)
         fuzz "$target" "$2" "$corpus" || status=1
         rm -rf "$corpus"

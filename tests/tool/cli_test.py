@@ -4,6 +4,8 @@ import collections
 import json
 import os
 import re
+import resource
+import struct
 import subprocess
 import sys
 import tempfile
@@ -28,6 +30,23 @@ def file(octets):
     with tempfile.NamedTemporaryFile(dir=FOLDER.name, delete=False) as out:
         out.write(octets)
     return out.name
+
+
+def pcapng(octets):
+    """The same capture in the other format, which its times in microseconds suit."""
+    def block(kind, body):
+        return struct.pack("<II", kind, 12 + len(body)) + body + struct.pack("<I", 12 + len(body))
+
+    link, at = struct.unpack_from("<I", octets, 20)[0], 24
+    blocks = [block(0x0A0D0D0A, struct.pack("<IHHq", 0x1A2B3C4D, 1, 0, -1)),
+              block(1, struct.pack("<HHI", link, 0, 0))]
+    while at < len(octets):
+        second, micro, kept, length = struct.unpack_from("<IIII", octets, at)
+        time = second * 1000000 + micro
+        head = struct.pack("<IIIII", 0, time >> 32, time & 0xFFFFFFFF, kept, length)
+        blocks.append(block(6, head + octets[at + 16 : at + 16 + kept] + bytes(-kept % 4)))
+        at += 16 + kept
+    return b"".join(blocks)
 
 
 class Cli(unittest.TestCase):
@@ -100,11 +119,18 @@ class Cli(unittest.TestCase):
     def test_standard_input_and_output(self):
         with open(TWO_ROUTERS, "rb") as capture:
             piped = run("decode", "-", stdin=capture).stdout
-        self.assertEqual(piped, run("decode", TWO_ROUTERS).stdout)
+        shown = run("decode", TWO_ROUTERS).stdout
+        self.assertEqual(piped, shown)
+        self.assertEqual(run("decode", file(pcapng(OCTETS))).stdout, shown)
         with open("/dev/full", "w") as full:
             done = run("decode", TWO_ROUTERS, stdout=full)
+            self.assertEqual(run("--version", stdout=full).returncode, 2)
         self.assertEqual(done.returncode, 2)
         self.assertIn("No space left", done.stderr)
+        with open(file(b""), "w") as small:
+            done = run("decode", TWO_ROUTERS, stdout=small, preexec_fn=lambda: resource.setrlimit(
+                resource.RLIMIT_FSIZE, (1000, 1000)))
+        self.assertEqual(done.returncode, 2)
         receiver, sender = os.pipe()
         os.close(receiver)
         done = run("decode", TWO_ROUTERS, stdout=sender)

@@ -1,4 +1,5 @@
 // qorldp: shows the pseudowire signalling in captures of LDP.
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,8 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <iostream>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -26,6 +29,16 @@ using namespace qorldp;
 constexpr int kAllRead = 0;
 constexpr int kMalformed = 1;
 constexpr int kFailed = 2;  // a file could not be read to its end, wrong arguments, output failed
+
+// What streams can hold back is bounded; what libpcap keeps of a file's interfaces is not.
+void LimitMemory() {
+    constexpr rlim_t kMaxMemory = QORLDP_MAX_MEMORY;  // octets; 0 is no limit
+    rlimit limit{};
+    if (kMaxMemory != 0 && getrlimit(RLIMIT_DATA, &limit) == 0) {
+        limit.rlim_cur = std::min(limit.rlim_cur, kMaxMemory);
+        setrlimit(RLIMIT_DATA, &limit);
+    }
+}
 
 struct Options {
     bool json = false;
@@ -81,7 +94,10 @@ bool DecodeFile(const std::string &file, Session &session, const Stats &stats, O
 }
 
 int Decode(const Options &options) {
+    LimitMemory();
+    // Failed writes are told by their results.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     Output out(STDOUT_FILENO);
     Codec codec;
     const auto printer = options.json ? MakeJsonPrinter(out, codec) : MakeTextPrinter(out, codec);
@@ -122,7 +138,7 @@ int Run(int argc, char **argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? kAllRead : kFailed;
+        return app.exit(error) == 0 && std::cout.flush() ? kAllRead : kFailed;
     }
     return Decode(options);
 }
@@ -132,6 +148,9 @@ int Run(int argc, char **argv) {
 int main(int argc, char **argv) {
     try {
         return Run(argc, argv);
+    } catch (const std::bad_alloc &) {
+        std::fputs("qorldp: out of memory\n", stderr);
+        return kFailed;
     } catch (const std::exception &error) {
         std::fprintf(stderr, "qorldp: %s\n", error.what());
         return kFailed;

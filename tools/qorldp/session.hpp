@@ -20,7 +20,7 @@ class Session {
     // The most streams at a time, and octets that they may hold back together; the stream that was
     // silent for longest is given up for a new one.
     static constexpr size_t kMaxStreams = 4096;
-    static constexpr size_t kMaxHeld = 16 << 20;
+    static constexpr size_t kMaxHeld = 8 << 20;
 
     // all: show also what is no pseudowire signalling.
     Session(Codec &codec, Printer &printer, Stats &stats, bool all)
