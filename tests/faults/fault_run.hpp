@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -68,6 +69,9 @@ class FaultRun {
 
     Platform &host = Platform::Get();
     Trace trace;
+
+    // The alternatives of all rules, and whether a fault needed them.
+    static std::map<std::string, bool> needed;
 
   private:
     template <class T>

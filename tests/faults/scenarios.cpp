@@ -26,7 +26,7 @@ void Values(FaultRun &run) {
         TELL("0 b:1", QOR_IP_ConstructAddr(0, octets, &addr));
         TELL("0 f:1", QOR_IP_ToString(&addr, text, sizeof text)), run.Note(text);
         QOR_IP_QorIpToSysIp(&addr, &sys), QOR_IP_SysIpToQorIp(&sys, &back);
-        TELL("0 x:1|ffffffff", QOR_IP_CompareAddr(&back, &addr));
+        TELL("0", QOR_IP_CompareAddr(&back, &addr));
         TELL("0 f:1", QOR_IP_SidToString(addr.aulAddr, text, sizeof text)), run.Note(text);
     });
     run.Step([&] {
@@ -202,8 +202,7 @@ void Queue(FaultRun &run) {
     auto *inst = run.Make([&] { return QOR_DQ_RegInst(ctx, &reg); }, QOR_DQ_UnRegInst);
     const auto erase = [&] { QOR_DQ_DelAllNode(inst), QOR_DQ_StopCycleTimer(inst); };
     const auto add = [&] {
-        for (const uint32_t &key : kKeys)
-            TELL("0 a:1 t:1 b:0|80060002", QOR_DQ_AddNode(inst, &key, 9));
+        for (const uint32_t &key : kKeys) TELL("0 a:1 t:1 b:0", QOR_DQ_AddNode(inst, &key, 9));
     };
     run.Step(erase, [&] {
         char text[600] = "?";
@@ -223,7 +222,7 @@ void Queue(FaultRun &run) {
     });
     run.Step([&] {  // with its last instance and node left to the end
         QOR_DQ_S *own = TELL("made a:null", QOR_DQ_Init(&cfg));
-        QOR_DQ_INST_S *last = TELL("made a:null x:null", QOR_DQ_RegInst(own, &reg));
+        QOR_DQ_INST_S *last = TELL("made a:null", QOR_DQ_RegInst(own, &reg));
         TELL("0 a:1 t:1 x:80000001", QOR_DQ_AddNode(last, kKeys, 9)), QOR_DQ_DeInit(own);
     });
 }
@@ -252,9 +251,9 @@ void Health(FaultRun &run) {
         char text[2000] = "?";
         TELL("0 f:1", QOR_PADS_AllExcp2String(text, sizeof text, ctx)), run.Note(text);
         TELL("* f:80000001", QOR_PADS_DumpHealthInfo(text, sizeof text, ctx)), run.Note(text);
-        TELL("* f:80000001 x:80000001", QOR_PADS_DumpIndexInfo(1, text, sizeof text, ctx));
+        TELL("* f:80000001", QOR_PADS_DumpIndexInfo(1, text, sizeof text, ctx));
     };
-    const auto add = [&](uint32_t user, const char *rule = "0 a:1 x:1") {
+    const auto add = [&](uint32_t user, const char *rule = "0 a:1") {
         TELL(rule, QOR_PADS_AddExcpUser(1, user, 0, ctx));
     };
     const auto tick = [&](uint32_t type, uint32_t seconds, const char *rule = "0") {
@@ -279,7 +278,7 @@ void Health(FaultRun &run) {
         TELL("0 a:1", QOR_PADS_RegStatExcp(1, &reg, ctx)), add(1);
         for (const uint32_t seconds : {0u, 50u, 50u, 100u}) {
             run.host.uptimeSeconds += seconds;
-            TELL("0 a:1 c:0|1 k:0|1 e:0|1 x:1", QOR_PADS_AddStatNode(1, 1, 4, ctx));
+            TELL("0 a:1 c:0|1 k:0|1 e:0|1", QOR_PADS_AddStatNode(1, 1, 4, ctx));
         }
         texts();
     });
@@ -295,7 +294,7 @@ void Health(FaultRun &run) {
         const QOR_PADS_DA_REG_S reg{"da", 2, 9, da, deleted};
         QOR_PADS_S *own = TELL("made a:null", QOR_PADS_InitPads(&cfg));
         TELL("0 a:1 x:80000001", QOR_PADS_InitHealth(kTypes, own));
-        TELL("0 a:1 x:1|80000001", QOR_PADS_RegDA(1, &reg, own));
+        TELL("0 a:1 x:80000001", QOR_PADS_RegDA(1, &reg, own));
         TELL("0 x:80000001", QOR_PADS_DeInitPads(own));
     });
     const auto stop = [&] { QOR_PADS_TryStopMinTimer(health), QOR_PADS_TryStopSecTimer(health); };
@@ -309,8 +308,8 @@ void Health(FaultRun &run) {
 
 struct Message {
     std::vector<uint8_t> octets;
-    const char *fields;  // of a record that no message decodes to
-    std::string code = "0";
+    const char *fields;          // of a record that no message decodes to
+    const char *rule = nullptr;  // of its decode, when it is malformed
 };
 
 const std::vector<Message> &Messages() {
@@ -320,12 +319,13 @@ const std::vector<Message> &Messages() {
             messages.push_back(g.octets ? Message{Hex(g.octets), nullptr}
                                         : Message{Hex(g.encoded), g.record});
         const char *fec = "0400 [ 00000001 0100 [ 80 0005 0b 00000000 00000064 0304 6161 ";
-        const auto malformed = [&](const std::string &hex, const char *code) {
-            messages.push_back({Hex(hex.c_str()), nullptr, code});
+        const auto malformed = [&](const std::string &hex, const char *rule) {
+            messages.push_back({Hex(hex.c_str()), nullptr, rule});
         };
-        malformed(fec + std::string("0103 00 ] ]"), "8005000c");
-        malformed(fec + std::string("0303 61 ] 096b [ 01 ] 0200 [ 00 ] ]"), "80050008");
-        malformed("0301 [ 00000001 d123 [ 00 ] d124 [ ] 0404 [ 00 ] ]", "80050012");
+        malformed(fec + std::string("0103 00 ] ]"), "8005000c a:1");
+        malformed(fec + std::string("0303 61 ] 096b [ 01 ] 0200 [ 00 ] ]"),
+                  "80050008 a:80000002|1|80050008");
+        malformed("0301 [ 00000001 d123 [ 00 ] d124 [ ] 0404 [ 00 ] ]", "80050012 a:80000002");
         malformed("0404 [ 00000001 ]", "80050001");
         return messages;
     }();
@@ -342,15 +342,15 @@ void Codec(FaultRun &run) {
     const auto release = [&] {
         QOR_LDP_PKT_FreeSignalMsg(&copy, ctx), QOR_LDP_PKT_FreeSignalMsg(&rec, ctx);
     };
-    for (const auto &[octets, fields, code] : Messages()) {
+    // Short of memory a Mapping may lose its description, and be decoded all the same.
+    const char *sound = kType == QOR_LDP_MSG_MAPPING ? "0 a:80000002|1|0" : "0 a:80000002";
+    for (const auto &[octets, fields, rule] : Messages()) {
         if ((Word(octets, 0) & 0x7FFF) != kType) continue;
         std::vector<uint8_t> received, out;
-        run.Step(release, [&, &octets = octets, &fields = fields, &code = code] {
+        run.Step(release, [&, &octets = octets, &fields = fields, &rule = rule] {
             received = octets, rec = copy = {}, rec.ulPeerIp = kPeer;
-            // Short of memory a Mapping may lose its description, and be decoded all the same.
-            const bool mapping = kType == QOR_LDP_MSG_MAPPING;
-            const std::string rule = code + " a:80000002" + (mapping ? "|1|" + code : "");
-            if (!fields && TELL(rule, QOR_LDP_PKT_DecodeMsg(received.data(), &rec, ctx))) {
+            const char *told = rule ? rule : sound;
+            if (!fields && TELL(told, QOR_LDP_PKT_DecodeMsg(received.data(), &rec, ctx))) {
                 rec = {};  // a failed decode leaves nothing to release
                 return;
             }
