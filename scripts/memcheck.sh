@@ -22,14 +22,18 @@ memcheck() {
     printf '%-4s  %s (%d s)\n' "$verdict" "$name" $((SECONDS - start))
 }
 
-# Waiting for real clocks takes longer here than such a test allows; whether timers come in time
-# is tested without valgrind.
-while read -r program; do
-    memcheck "$(basename "$program")" "$program"
-done < <(find build/release/tests -type f -executable -name 'qor_*_test' | sort)
-while read -r program; do
-    memcheck "example-$(basename "$program")" "$program"
-done < <(find build/release/examples -maxdepth 1 -type f -executable | sort)
+# each FOLDER NAME PREFIX: the programs of that name there
+each() {
+    local program programs
+    mapfile -t programs < <(find "$1" -maxdepth 2 -type f -executable -name "$2" | sort)
+    [ ${#programs[@]} -ne 0 ] || die "there is no $1/.../$2"
+    for program in "${programs[@]}"; do
+        memcheck "$3$(basename "$program")" "$program"
+    done
+}
+
+each build/release/tests 'qor_*_test' ''
+each build/release/examples '*' example-
 memcheck qorldp build/release/tools/qorldp/qorldp decode --all --stats tests/data/two-routers.pcap
 memcheck qorldp-json build/release/tools/qorldp/qorldp decode --json --all tests/data/two-routers.pcap
 exit "$failed"

@@ -64,6 +64,7 @@ REFUSED = {
     'request of a group': 'a request is for one pseudowire; tshark checks no such thing',
     'notification without status': 'the Status TLV is missing; tshark checks no such thing',
     'notification of a group without status': 'the same',
+    'error with a PW status': 'the PW Status TLV is missing; tshark checks no such thing',
 }
 
 
