@@ -12,8 +12,7 @@ namespace {
 using Reader = uint32_t (*)(uint32_t *, uint32_t *);
 
 uint64_t Read(Reader reader) {
-    uint32_t high = 0xAAAAAAAA;
-    uint32_t low = 0xAAAAAAAA;
+    uint32_t high = 0xAAAAAAAA, low = 0xAAAAAAAA;
     EXPECT_EQ(reader(&high, &low), 0u);
     return uint64_t{high} << 32 | low;
 }
@@ -45,24 +44,20 @@ TEST(Clock, SecondsAreThoseOfTheSystem) {
 TEST(Clock, DatesFollowTheZone) {
     setenv("TZ", "XST-2XDT,M3.5.0/3,M10.5.0/4", 1);
     tzset();
-    const struct {
-        uint32_t seconds;
-        HOST_SYSTIME_S local;
-    } rows[] = {
+    const std::pair<uint32_t, HOST_SYSTIME_S> rows[] = {
         {0, {1970, 1, 1, 2, 0, 0, 4, 0}},
         {1772719629, {2026, 3, 5, 16, 7, 9, 4, 0}},
         {1782910800, {2026, 7, 1, 16, 0, 0, 3, 0}},  // summer time
         {UINT32_MAX, {2106, 2, 7, 8, 28, 15, 0, 0}},
     };
-    uint32_t high = 1;
-    uint32_t low = 1;
-    for (const auto &row : rows) {
+    uint32_t high = 1, low = 1;
+    for (const auto &[seconds, date] : rows) {
         HOST_SYSTIME_S t{};
-        EXPECT_EQ(HOST_SystimeSec2Time(row.seconds, &t), 0u);
-        EXPECT_EQ(HOST_SystimeCompare(&t, &row.local, &low), 0u) << row.seconds;
-        EXPECT_EQ(t.ucWeekDay, row.local.ucWeekDay) << row.seconds;
+        EXPECT_EQ(HOST_SystimeSec2Time(seconds, &t), 0u);
+        EXPECT_EQ(HOST_SystimeCompare(&t, &date, &low), 0u) << seconds;
+        EXPECT_EQ(t.ucWeekDay, date.ucWeekDay) << seconds;
         EXPECT_EQ(HOST_SystimeSecSince1970(&t, &high, &low), 0u);
-        EXPECT_EQ(uint64_t{high} << 32 | low, row.seconds);
+        EXPECT_EQ(uint64_t{high} << 32 | low, seconds);
     }
     for (const HOST_SYSTIME_S &refused :
          {HOST_SYSTIME_S{2026, 2, 29, 0, 0, 0, 0, 0}, HOST_SYSTIME_S{1969, 12, 31, 0, 0, 0, 0, 0}})

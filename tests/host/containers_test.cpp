@@ -52,13 +52,13 @@ void CheckTree(HOST_AVL_TREE_S *tree, const std::set<uint32_t> &model) {
     CheckSubtree(tree->pstRoot, nullptr, &count);
     ASSERT_EQ(count, model.size());
     HOST_AVL_NODE_S *last = nullptr;
-    auto *entry = model.empty() ? nullptr : static_cast<Record *>(HOST_AvlFirst(tree, &kInfo));
-    ASSERT_TRUE(tree->pstFirst == (entry ? &entry->node : nullptr));
+    void *entry = HOST_AvlFirst(tree, &kInfo);
+    ASSERT_TRUE(tree->pstFirst == (entry ? &static_cast<Record *>(entry)->node : nullptr));
     for (const uint32_t key : model) {
         ASSERT_NE(entry, nullptr);
-        ASSERT_EQ(entry->key, key);
-        last = &entry->node;
-        entry = static_cast<Record *>(HOST_AvlNext(last, &kInfo));
+        ASSERT_EQ(static_cast<Record *>(entry)->key, key);
+        last = &static_cast<Record *>(entry)->node;
+        entry = HOST_AvlNext(last, &kInfo);
     }
     ASSERT_EQ(entry, nullptr);
     ASSERT_TRUE(tree->pstLast == last);
@@ -101,10 +101,9 @@ TEST_P(AvlRange, KeepsWithModel) {
 INSTANTIATE_TEST_SUITE_P(Containers, AvlRange, ::testing::Values(1, 3, 12, 60, 400));
 
 TEST(Avl, DoesNotTakeAnUnknownNodeForTheRoot) {
-    Record root{0, 5, kUnlinked};
+    Record root{0, 5, kUnlinked}, zeroed{};
     HOST_AVL_TREE_S tree{};
     HOST_AvlInsertOrFind(&tree, &root.node, &kInfo);
-    Record zeroed{};
     HOST_AvlDelete(&tree, &zeroed.node);
     CheckTree(&tree, {5});
 }
@@ -120,17 +119,14 @@ int CompareItem(const void *node, const void *key) {
 }
 
 void CheckList(const HOST_DLL_S &head, const std::list<Item *> &model) {
-    ASSERT_EQ(head.ulCount, model.size());
-    ASSERT_TRUE(head.pThird == &model);
+    ASSERT_TRUE(head.ulCount == model.size() && head.pThird == &model);
     const HOST_DLL_NODE_S *prev = &head.stNode;
     for (const Item *item : model) {
-        ASSERT_TRUE(prev->pstNext == &item->node);
-        ASSERT_TRUE(item->node.pstPrev == prev);
+        ASSERT_TRUE(prev->pstNext == &item->node && item->node.pstPrev == prev);
         ASSERT_EQ(item->third, 0xAAAAAAAA);
         prev = &item->node;
     }
-    ASSERT_TRUE(prev->pstNext == &head.stNode);
-    ASSERT_TRUE(head.stNode.pstPrev == prev);
+    ASSERT_TRUE(prev->pstNext == &head.stNode && head.stNode.pstPrev == prev);
 }
 
 TEST(Dll, KeepsWithModel) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <tuple>
 
 #include "qor_host.h"
 
@@ -21,26 +22,20 @@ struct Buffer {
 };
 
 TEST(Text, FormattersCutAtTheRoom) {
-    const struct {
-        uint32_t room;
-        const char *arg;
-        int32_t length;  // of the stored text
-        bool cut;
-        const char *stored;
-    } rows[] = {
+    // Room, argument, length of the stored text, whether it is cut, and what is stored.
+    const std::tuple<uint32_t, const char *, int32_t, bool, const char *> rows[] = {
         {16, "abc", 4, false, "[abc.#"},     {5, "abc", 4, false, "[abc.#"},
         {4, "abc", 3, true, "[ab.#"},        {1, "abc", 0, true, ".#"},
         {0, "abc", -1, true, "#"},           {5, nullptr, 4, true, "[(nu.#"},
         {8, nullptr, 7, false, "[(null).#"},
     };
-    for (const auto &row : rows) {
-        Buffer a;
-        Buffer b;
-        EXPECT_EQ(HOST_SnprintfTruncated(a.octets, row.room, "[%s", row.arg), row.length);
-        EXPECT_EQ(a.First(strlen(row.stored)), row.stored);
+    for (const auto &[room, arg, length, cut, stored] : rows) {
+        Buffer a, b;
+        EXPECT_EQ(HOST_SnprintfTruncated(a.octets, room, "[%s", arg), length);
+        EXPECT_EQ(a.First(strlen(stored)), stored);
         // A count beyond the room changes nothing.
-        EXPECT_EQ(snprintf_s(b.octets, row.room, 100, "[%s", row.arg), row.cut ? -1 : row.length);
-        EXPECT_EQ(b.First(strlen(row.stored)), row.stored);
+        EXPECT_EQ(snprintf_s(b.octets, room, 100, "[%s", arg), cut ? -1 : length);
+        EXPECT_EQ(b.First(strlen(stored)), stored);
     }
     Buffer out;
     EXPECT_EQ(snprintf_s(out.octets, 16, 2, "[%s", "abc"), -1) << "cut by the count";
@@ -53,67 +48,43 @@ TEST(Text, FormattersCutAtTheRoom) {
 }
 
 TEST(Text, BoundedRoutines) {
-    const struct {
-        const char *src;
-        size_t n;
-        bool done;
-        const char *stored;
-    } copies[] = {{"abcd", 4, true, "abcd#"},
-                  {"abcd", 0, true, "#####"},
-                  {"abcdef", 5, false, "....#"},
-                  {nullptr, 0, false, "....#"}};
-    for (const auto &row : copies) {
+    static const char unended[] = {'a', 'b', 'c', 'd', 'e'};  // no further than the room
+    const std::tuple<int (*)(char *), bool, const char *> rows[] = {
+        {[](char *out) { return memcpy_s(out, 4, "abcd", 4); }, true, "abcd#"},
+        {[](char *out) { return memcpy_s(out, 4, "abcd", 0); }, true, "#####"},
+        {[](char *out) { return memcpy_s(out, 4, "abcdef", 5); }, false, "....#"},
+        {[](char *out) { return memcpy_s(out, 4, nullptr, 0); }, false, "....#"},
+        {[](char *out) { return memset_s(out, 4, 'x', 3); }, true, "xxx##"},
+        {[](char *out) { return memset_s(out, 4, 'x', 5); }, false, "....#"},
+        {[](char *out) { return strcpy_s(out, 4, "abc"); }, true, "abc.#"},
+        {[](char *out) { return strcpy_s(out, 4, unended); }, false, ".####"},
+        {[](char *out) { return strcpy_s(out, 4, nullptr); }, false, ".####"},
+        {[](char *out) { return strcpy_s(out, 0, ""); }, false, "#####"}};
+    for (const auto &[call, done, stored] : rows) {
         Buffer out;
-        EXPECT_EQ(memcpy_s(out.octets, 4, row.src, row.n) == 0, row.done);
-        EXPECT_EQ(out.First(5), row.stored);
+        EXPECT_EQ(call(out.octets) == 0, done) << stored;
+        EXPECT_EQ(out.First(5), stored);
     }
     EXPECT_NE(memcpy_s(nullptr, 4, "abcd", 4), 0);
-
-    Buffer set;
-    EXPECT_EQ(memset_s(set.octets, 4, 'x', 3), 0);
-    EXPECT_EQ(set.First(4), "xxx#");
-    EXPECT_NE(memset_s(set.octets, 4, 'x', 5), 0);
-    EXPECT_EQ(set.First(5), "....#");
     EXPECT_NE(memset_s(nullptr, 4, 'x', 4), 0);
-
-    const char unended[] = {'a', 'b', 'c', 'd'};  // looked at no further than the room
-    const struct {
-        const char *src;
-        size_t room;
-        bool done;
-        const char *stored;
-    } texts[] = {{"abc", 4, true, "abc.#"},
-                 {unended, 4, false, ".####"},
-                 {nullptr, 4, false, ".####"},
-                 {"", 0, false, "#####"}};
-    for (const auto &row : texts) {
-        Buffer out;
-        EXPECT_EQ(strcpy_s(out.octets, row.room, row.src) == 0, row.done);
-        EXPECT_EQ(out.First(5), row.stored);
-    }
     EXPECT_NE(strcpy_s(nullptr, 4, "a"), 0);
 }
 
 TEST(Text, Addresses) {
-    const struct {
-        uint32_t ip;
-        const char *text;
-    } v4[] = {{0, "0.0.0.0"}, {0xFFFFFFFF, "255.255.255.255"}, {0x0A096463, "10.9.100.99"}};
-    for (const auto &row : v4) {
+    const std::pair<uint32_t, std::string> v4[] = {
+        {0, "0.0.0.0"}, {0xFFFFFFFF, "255.255.255.255"}, {0x0A096463, "10.9.100.99"}};
+    for (const auto &[ip, text] : v4) {
         char out[16];
-        HOST_IpAddrToStr(row.ip, out);
-        EXPECT_STREQ(out, row.text);
+        HOST_IpAddrToStr(ip, out);
+        EXPECT_EQ(out, text);
         for (uint32_t size = 0; size <= 17; size++) {
             Buffer cut;
-            HOST_IpAddrToStrEx(row.ip, cut.octets, size);
-            const auto expected = size ? std::string(row.text).substr(0, size - 1) + ".#" : "#";
+            HOST_IpAddrToStrEx(ip, cut.octets, size);
+            const auto expected = size ? text.substr(0, size - 1) + ".#" : "#";
             EXPECT_EQ(cut.First(expected.size()), expected);
         }
     }
-    const struct {
-        uint64_t groups0to3, groups4to7;
-        const char *text;
-    } v6[] = {
+    const std::tuple<uint64_t, uint64_t, std::string> v6[] = {
         {0, 0, "::"},
         {0, 0x0001000000000000, "::1"},
         {0x000000000000FE80, 0, "fe80::"},
@@ -122,12 +93,12 @@ TEST(Text, Addresses) {
         {0, 0x0201C000FFFF0000, "::ffff:192.0.2.1"},
         {0xABCDABCDABCDABCD, 0xABCDABCDABCDABCD, "abcd:abcd:abcd:abcd:abcd:abcd:abcd:abcd"},
     };
-    for (const auto &row : v6) {
+    for (const auto &[high, low, text] : v6) {
         char out[40];
-        const uint32_t need = static_cast<uint32_t>(strlen(row.text)) + 1;
-        EXPECT_EQ(HOST_Inet6Ntoa(row.groups0to3, row.groups4to7, out, need), 0u);
-        EXPECT_STREQ(out, row.text);
-        EXPECT_NE(HOST_Inet6Ntoa(row.groups0to3, row.groups4to7, out, need - 1), 0u);
+        const auto length = static_cast<uint32_t>(text.size());
+        EXPECT_EQ(HOST_Inet6Ntoa(high, low, out, length + 1), 0u);
+        EXPECT_EQ(out, text);
+        EXPECT_NE(HOST_Inet6Ntoa(high, low, out, length), 0u);
     }
 }
 
@@ -144,11 +115,7 @@ TEST(Text, ComparesAndSearches) {
 TEST(Calendar, ComparesAndDivides) {
     constexpr HOST_SYSTIME_S kT{2024, 2, 29, 23, 59, 59, 0, 600};
     enum : uint32_t { kEqual, kInvalid, kEarlier, kLater };
-    const struct {
-        HOST_SYSTIME_S t2;
-        uint32_t is;
-        uint32_t seconds;  // whole ones
-    } rows[] = {
+    const std::tuple<HOST_SYSTIME_S, uint32_t, uint32_t> rows[] = {
         {kT, kEqual, 0},
         {{2024, 2, 29, 23, 59, 59, 0, 599}, kEarlier, 0},
         {{2000, 2, 29, 0, 0, 0, 0, 0}, kEarlier, 0},
@@ -160,11 +127,12 @@ TEST(Calendar, ComparesAndDivides) {
                                       {2024, 13, 1, 0, 0, 0, 0, 0}, {2024, 1, 1, 24, 0, 0, 0, 0},
                                       {2024, 1, 1, 0, 60, 0, 0, 0}, {2024, 1, 1, 0, 0, 0, 0, 1000}};
     uint32_t seconds = 0;
-    for (const auto &row : rows) {
-        EXPECT_EQ(HOST_SystimeCompare(&kT, &row.t2, &seconds), row.is) << &row - rows;
+    for (const auto &[t2, is, whole] : rows) {
+        SCOPED_TRACE(t2.usYear * 100 + t2.ucSecond);
+        EXPECT_EQ(HOST_SystimeCompare(&kT, &t2, &seconds), is);
         seconds = 0;
-        EXPECT_EQ(HOST_SystimeRelSecCal(&kT, &row.t2, &seconds) == 0, row.is != kEarlier);
-        EXPECT_EQ(seconds, row.seconds) << &row - rows;
+        EXPECT_EQ(HOST_SystimeRelSecCal(&kT, &t2, &seconds) == 0, is != kEarlier);
+        EXPECT_EQ(seconds, whole);
     }
     for (const HOST_SYSTIME_S &t : invalid) {
         EXPECT_EQ(HOST_SystimeCompare(&kT, &t, &seconds), kInvalid) << &t - invalid;
@@ -173,8 +141,7 @@ TEST(Calendar, ComparesAndDivides) {
     const HOST_SYSTIME_S farOff{2200, 1, 1, 0, 0, 0, 0, 0};
     EXPECT_NE(HOST_SystimeRelSecCal(&kT, &farOff, &seconds), 0u) << "more than 32 bits";
 
-    uint32_t high = 0;
-    uint32_t low = 0;
+    uint32_t high = 0, low = 0;
     EXPECT_EQ(HOST_Div64By32RoundUp(0xFFFFFFFF, 0xFFFFFFFF, 2, &high, &low), 0u);
     EXPECT_EQ(uint64_t{high} << 32 | low, 0x8000000000000000u);
     EXPECT_NE(HOST_Div64By32RoundUp(0, 1, 0, &high, &low), 0u);

@@ -1,6 +1,9 @@
 #include "decoded.hpp"
 
+#include <cstring>
 #include <initializer_list>
+#include <set>
+#include <string_view>
 
 namespace qor::test {
 namespace {
@@ -45,7 +48,8 @@ constexpr struct {
     {"the group of a FEC 129 is written instead of a PW ID only",
      [](const Record &r) { return !IsMapping(r) && IsGeneral(r) && r.ucNoPwId == 0; },
      [](Record &r) { r.ulGroupId = 0; }},
-    {"a PW status refers to its own message", IsNotification,
+    {"a PW status refers to its own message",
+     [](const Record &r) { return IsNotification(r) && !IsError(r); },
      [](Record &r) { r.ulStatusMsgId = r.usStatusMsgType = 0; }},
     {"FEC and code of an error are not kept", IsError,
      [](Record &r) { r.ulStatus = r.ulGroupId = r.ucCBit = r.ucNoPwId = 0; }},
@@ -112,6 +116,12 @@ constexpr struct {
      {RoundTrip::Encoding::kOther, QOR_LDP_ERR_FIRST_TLV}},
 };
 
+// The rows that changed a record or told what becomes of one.
+std::set<std::string_view> &Met() {
+    static std::set<std::string_view> met;
+    return met;
+}
+
 }  // namespace
 
 bool IsTold(uint32_t code) {
@@ -122,15 +132,33 @@ bool IsTold(uint32_t code) {
 }
 
 std::string Carried(QOR_LDP_SIGNAL_MSG_S rec) {
-    for (const auto &row : kLost)
-        if (row.applies(rec)) row.drop(rec);
+    for (const auto &row : kLost) {
+        if (!row.applies(rec)) continue;
+        Record before;
+        memcpy(static_cast<void *>(&before), &rec, sizeof rec);
+        row.drop(rec);
+        if (memcmp(&before, &rec, sizeof rec) != 0) Met().insert(row.why);
+    }
     return Describe(rec);
 }
 
 RoundTrip Expectation(const QOR_LDP_SIGNAL_MSG_S &rec) {
     for (const auto &row : kQuirks)
-        if (row.applies(rec)) return row.result;
+        if (row.applies(rec)) {
+            Met().insert(row.why);
+            return row.result;
+        }
     return {RoundTrip::Encoding::kSame, QOR_OK};
+}
+
+std::string NeverMet() {
+    std::string rows;
+    const auto add = [&](const auto &table) {
+        for (const auto &row : table)
+            if (!Met().contains(row.why)) rows += std::string(row.why) + '\n';
+    };
+    add(kLost), add(kQuirks);
+    return rows;
 }
 
 }  // namespace qor::test

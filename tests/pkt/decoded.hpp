@@ -55,4 +55,7 @@ struct RoundTrip {
 
 RoundTrip Expectation(const QOR_LDP_SIGNAL_MSG_S &rec);
 
+// What the two explain of records that did not come yet: a line for each such reason.
+std::string NeverMet();
+
 }  // namespace qor::test

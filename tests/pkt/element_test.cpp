@@ -10,81 +10,75 @@ namespace {
 
 class ElementTest : public CodecTest {
   protected:
+    // Calls a decoder that is told the number of its octets.
+    template <class Decode, class... Out>
+    uint32_t Run(Decode decode, const std::string &hex, Out... out) {
+        const auto octets = Hex(hex);
+        return decode(octets.data(), static_cast<uint32_t>(octets.size()), out...);
+    }
+
     QOR_LDP_PKT_LOG_S report{&ctx, "M", kPeer, 0, 0};
 };
 
-// A Generalized PWid element that is cut, by the octets left and by its PW info length.
+// A Generalized PWid element that ends early, by the octets left or by its PW info length.
 TEST_F(ElementTest, GeneralizedPwidCuts) {
     constexpr uint32_t kPw = QOR_LDP_ERR_PW_FEC, kAgi = QOR_LDP_ERR_AGI_LEN;
     constexpr uint32_t kSub = QOR_LDP_ERR_SUB_TLV, kAii = QOR_LDP_ERR_AII_LEN;
     const uint32_t codes[] = {kPw,  kPw,  kPw,  kPw,  kPw,  kPw,  kAgi, kAgi, kAgi,
                               kAgi, kAgi, kAgi, kAgi, kAgi, kSub, kPw,  kAii, kAii,
                               kAii, kAii, kSub, kPw,  kAii, kAii, kAii, kAii, QOR_OK};
-    auto whole = Hex("81 0005 16 0108 000afde800000064 0104 00000001 0104 00000002 00*14");
-    const auto decode = [&](size_t left, size_t length) {  // length: octets of the element
-        auto block = std::make_unique<uint8_t[]>(left);
-        std::copy_n(whole.begin(), left, block.get());
-        QOR_LDP_PWID_FEC_INFO_S info{};
-        uint32_t used = 0;
-        EXPECT_EQ(QOR_LDP_PKT_DecodeVcFec129(block.get(), static_cast<uint32_t>(left), &report,
-                                             &info, &used),
-                  left >= 4 && whole[3] == 0 ? QOR_OK : codes[std::min<size_t>(length, 26)])
-            << left << ' ' << +whole[3];
-        EXPECT_TRUE(length < 26 || (used == length && info.stKey.stFec129.ulTaii == 2));
-        EXPECT_EQ(info.ucPwIdPresent, left >= 4 && whole[3] != 0);
-    };
-    for (size_t left = 0; left <= 40; ++left) decode(left, std::min<size_t>(left, 26));
-    for (whole[3] = 0; whole[3] <= 40; ++whole[3]) decode(40, std::min(whole[3] + 4u, 40u));
+    auto whole = Hex("81 0005 00 0108 000afde800000064 0104 00000001 0104 00000002 00*14");
+    for (whole[3] = 0; whole[3] <= 40; ++whole[3])
+        for (uint32_t left = 1; left <= 40; ++left) {
+            const std::vector<uint8_t> element(whole.begin(), whole.begin() + left);
+            const bool header = left >= 4, group = header && whole[3] == 0;
+            const uint32_t length = std::min(left, whole[3] + 4u);
+            QOR_LDP_PWID_FEC_INFO_S info{};
+            uint32_t used = 0;
+            EXPECT_EQ(QOR_LDP_PKT_DecodeVcFec129(element.data(), left, &report, &info, &used),
+                      group ? QOR_OK : codes[std::min(length, 26u)])
+                << left << ' ' << +whole[3];
+            EXPECT_TRUE(length < 26 || (used == length && info.stKey.stFec129.ulTaii == 2));
+            EXPECT_EQ(info.ucPwIdPresent, header && !group);
+        }
     EXPECT_EQ(TakeLog(), "");
-    whole = Hex("81 0005 16 02");
-    QOR_LDP_PWID_FEC_INFO_S info{};
-    uint32_t used = 0;
-    EXPECT_EQ(QOR_LDP_PKT_DecodeVcFec129(whole.data(), 5, &report, &info, &used),
-              QOR_LDP_ERR_AGI_TYPE);
 }
 
 TEST_F(ElementTest, AddressElements) {
-    const struct {
-        decltype(&QOR_LDP_PKT_DecodeAddrFec) decode;
-        const char *octets;
-        uint32_t code, length;
-    } rows[] = {{QOR_LDP_PKT_DecodeWcFec, "01", QOR_OK, 1},
-                {QOR_LDP_PKT_DecodeAddrFec, "02 0001 19 0a010180", QOR_OK, 8},
-                {QOR_LDP_PKT_DecodeAddrFec, "02 0002 ff 00*32", QOR_OK, 36},
-                {QOR_LDP_PKT_DecodeAddrFec, "02 0002 ff 00*31", QOR_LDP_ERR_ADDR_FEC, 4},
-                {QOR_LDP_PKT_DecodeAddrFec, "02 0003", QOR_LDP_ERR_ADDR_FEC, 0},
-                {QOR_LDP_PKT_DecodeAddrFec, "02 0100 20", QOR_LDP_ERR_FAMILY, 0},
-                {QOR_LDP_PKT_DecodeHostFec, "03 0001 04 0a0000", QOR_OK, 7},
-                {QOR_LDP_PKT_DecodeHostFec, "03 0001 04 0a00", QOR_LDP_ERR_ADDR_FEC, 0},
-                {QOR_LDP_PKT_DecodeHostFec, "03 0001 05 0a00000100", QOR_LDP_ERR_ADDR_FEC, 0},
-                {QOR_LDP_PKT_DecodeHostFec, "03 0002 10 00*16", QOR_OK, 19},
-                {QOR_LDP_PKT_DecodeHostFec, "03 0003 04 00*16", QOR_LDP_ERR_FAMILY, 0}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.octets);
-        const auto octets = Hex(row.octets);
-        uint32_t length = 0;
-        EXPECT_EQ(row.decode(octets.data(), static_cast<uint32_t>(octets.size()), &report, &length),
-                  row.code);
-        EXPECT_TRUE(row.length == 0 || length == row.length) << length;
+    using Decode = decltype(&QOR_LDP_PKT_DecodeAddrFec);
+    const std::tuple<Decode, const char *, uint32_t, uint32_t> rows[] = {
+        {QOR_LDP_PKT_DecodeWcFec, "01", QOR_OK, 1},
+        {QOR_LDP_PKT_DecodeAddrFec, "02 0001 19 0a010180", QOR_OK, 8},
+        {QOR_LDP_PKT_DecodeAddrFec, "02 0002 ff 00*32", QOR_OK, 36},
+        {QOR_LDP_PKT_DecodeAddrFec, "02 0002 ff 00*31", QOR_LDP_ERR_ADDR_FEC, 4},
+        {QOR_LDP_PKT_DecodeAddrFec, "02 0003", QOR_LDP_ERR_ADDR_FEC, 0},
+        {QOR_LDP_PKT_DecodeAddrFec, "02 0100 20", QOR_LDP_ERR_FAMILY, 0},
+        {QOR_LDP_PKT_DecodeHostFec, "03 0001 04 0a0000", QOR_OK, 7},
+        {QOR_LDP_PKT_DecodeHostFec, "03 0001 04 0a00", QOR_LDP_ERR_ADDR_FEC, 0},
+        {QOR_LDP_PKT_DecodeHostFec, "03 0001 05 0a00000100", QOR_LDP_ERR_ADDR_FEC, 0},
+        {QOR_LDP_PKT_DecodeHostFec, "03 0002 10 00*16", QOR_OK, 19},
+        {QOR_LDP_PKT_DecodeHostFec, "03 0003 04 00*16", QOR_LDP_ERR_FAMILY, 0}};
+    for (const auto &[decode, octets, code, length] : rows) {
+        uint32_t used = 0;
+        EXPECT_EQ(Run(decode, octets, &report, &used), code) << octets;
+        EXPECT_TRUE(length == 0 || used == length) << octets << ' ' << used;
     }
 }
 
 // Identifier lengths come from the record, values go out for type 1 only.
 TEST_F(ElementTest, OddGeneralizedPwids) {
-    const struct {
-        const char *types, *octets;
-    } rows[] = {{"agit=2 agil=8 sait=2 sail=4 tait=2 tail=4", "81 0005 16 0208 0204 0204 00*16"},
-                {"agit=1 agil=0 sait=1 sail=0 tait=1 tail=0", "81 0005 06 0100 000a0000"},
-                {"agit=1 agil=255 sait=1 sail=255 tait=1 tail=255", "81 0005 03 01ff00"}};
-    for (const auto &row : rows) {
-        const auto text = "key=1 pwtype=5 agi_sub=10 sai=7 tai=8 " + std::string(row.types);
-        const TextRecord record(text.c_str(), std::vector<uint8_t>(8));
+    const std::pair<std::string, const char *> rows[] = {
+        {"agit=2 agil=8 sait=2 sail=4 tait=2 tail=4", "81 0005 16 0208 0204 0204 00*16"},
+        {"agit=1 agil=0 sait=1 sail=0 tait=1 tail=0", "81 0005 06 0100 000a0000"},
+        {"agit=1 agil=255 sait=1 sail=255 tait=1 tail=255", "81 0005 03 01ff00"}};
+    for (const auto &[types, octets] : rows) {
+        const TextRecord record("key=1 pwtype=5 agi_sub=10 sai=7 tai=8 " + types);
         QOR_LDP_PWID_FEC_INFO_S info{};
         info.ucPwIdPresent = 1;
         info.stKey = record.rec.stFecKey;
         std::vector<uint8_t> out(300, kFill);
         out.resize(QOR_LDP_PKT_EncodeGenPwId(out.data(), &info));
-        EXPECT_EQ(HexText(out), HexText(Hex(row.octets)));
+        EXPECT_EQ(HexText(out), HexText(Hex(octets)));
     }
 }
 
@@ -92,11 +86,8 @@ TEST_F(ElementTest, SwitchingPoints) {
     std::string peers, ids;
     for (int i = 0; i < 256; ++i) peers += "0404 0a0000ff ";
     for (int i = 0; i < 11; ++i) ids += "0104 00000007 ";
-    const struct {
-        std::string octets;
-        uint32_t code, count, stored;  // stored: peers
-        const char *log;
-    } rows[] = {
+    // The last numbers are those of the points told and of the peers stored.
+    const std::tuple<std::string, uint32_t, uint32_t, size_t, const char *> rows[] = {
         {peers.substr(0, 12 * 14) + ids, QOR_OK, 12, 10, ""},
         {peers, QOR_OK, 0, 10, ""},
         {"0404 0a0000ff 05 02 0000", QOR_OK, 1, 1,
@@ -107,19 +98,16 @@ TEST_F(ElementTest, SwitchingPoints) {
         {"0403 0a0000", QOR_LDP_ERR_SPE_PEER_LEN, 0, 0,
          "QOR_PKT: Invalid spe tlv peer ip length 3"},
         {"0102 0000", QOR_LDP_ERR_SPE_PWID_LEN, 0, 0, "QOR_PKT: Invalid spe tlv pw id length 2"}};
-    for (const auto &row : rows) {
-        const auto octets = Hex(row.octets.c_str());
-        SCOPED_TRACE(row.octets.substr(0, 40));
+    for (const auto &[octets, code, points, stored, logged] : rows) {
+        SCOPED_TRACE(octets.substr(0, 40));
         uint8_t count = 99;
         std::vector<QOR_LDP_SPE_S> entries(QOR_LDP_PKT_SPE_MAX);
-        EXPECT_EQ(QOR_LDP_PKT_DecodeSPE(octets.data(), static_cast<uint32_t>(octets.size()),
-                                        &report, &count, entries.data()),
-                  row.code);
-        EXPECT_EQ(count, row.count);
+        EXPECT_EQ(Run(QOR_LDP_PKT_DecodeSPE, octets, &report, &count, &entries[0]), code);
+        EXPECT_EQ(count, points);
         for (size_t i = 0; i < entries.size(); ++i)
-            EXPECT_EQ(entries[i].ulPeerIp, i < row.stored ? 0x0A0000FFu : 0u) << i;
-        EXPECT_TRUE(row.octets.find(ids) == std::string::npos || entries[9].ulPwId == 7);
-        EXPECT_EQ(TakeLog(), row.log);
+            EXPECT_EQ(entries[i].ulPeerIp, i < stored ? 0x0A0000FFu : 0u) << i;
+        EXPECT_TRUE(points != 12 || entries[9].ulPwId == 7);
+        EXPECT_EQ(TakeLog(), logged);
     }
 }
 
@@ -131,22 +119,20 @@ TEST_F(ElementTest, SwitchingPoints) {
 #define VENDOR "be00 [ 0003fa00 ] "
 #define FLAP(word) word "[ 00001e10 aabb ] "
 TEST_F(ElementTest, MacSlot) {
-    const struct {
-        std::string tlvs;
-        uint32_t type, length;
-    } rows[] = {{LIST PE_ID, 0x404, 6},          {PE_ID LIST, 0x404, 6},
-                {PE_ID EMPTY, 0x405, 4},         {EMPTY PE_ID, 0x405, 4},
-                {FLUSH EMPTY, 0x406, 0},         {LIST FLUSH EMPTY, 0x406, 0},
-                {FLUSH LIST EMPTY, 0x404, 0},    {LIST FLUSH PE_ID, 0x406, 0},
-                {FLAP("be08") EMPTY, 0x3E08, 2}, {LIST VENDOR PE_ID EMPTY, 0x3E00, 0},
-                {FLAP("be09") EMPTY, 0x3E09, 1}, {LIST PE_ID EMPTY, 0x404, 0}};
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.tlvs);
-        Decoded decoded(Hex(("0301 [ 00000001 " + row.tlvs + "]").c_str()), ctx);
+    const std::tuple<std::string, uint32_t, uint32_t> rows[] = {
+        {LIST PE_ID, 0x404, 6},          {PE_ID LIST, 0x404, 6},
+        {PE_ID EMPTY, 0x405, 4},         {EMPTY PE_ID, 0x405, 4},
+        {FLUSH EMPTY, 0x406, 0},         {LIST FLUSH EMPTY, 0x406, 0},
+        {FLUSH LIST EMPTY, 0x404, 0},    {LIST FLUSH PE_ID, 0x406, 0},
+        {FLAP("be08") EMPTY, 0x3E08, 2}, {LIST VENDOR PE_ID EMPTY, 0x3E00, 0},
+        {FLAP("be09") EMPTY, 0x3E09, 1}, {LIST PE_ID EMPTY, 0x404, 0}};
+    for (const auto &[tlvs, type, length] : rows) {
+        SCOPED_TRACE(tlvs);
+        Decoded decoded(Hex("0301 [ 00000001 " + tlvs + "]"), ctx);
         EXPECT_EQ(decoded.code, QOR_OK);
-        EXPECT_EQ(decoded.rec.ulMacTlvType, row.type);
-        EXPECT_EQ(decoded.rec.ulMacLen, row.length);
-        EXPECT_EQ(decoded.rec.pucMacList == nullptr, row.length == 0);
+        EXPECT_EQ(decoded.rec.ulMacTlvType, type);
+        EXPECT_EQ(decoded.rec.ulMacLen, length);
+        EXPECT_EQ(decoded.rec.pucMacList == nullptr, length == 0);
     }
 }
 
@@ -164,8 +150,7 @@ TEST_F(ElementTest, Descriptions) {
     QOR_LDP_PKT_FillMappingIntfDesc(&info, &report, &rec);
     EXPECT_TRUE(rec.szIntfDesc == nullptr && para.szIntfDesc != nullptr) << "not moved";
     QOR_LDP_PKT_FillMappingIntfDesc(&info, &report, &rec);
-    EXPECT_STREQ(rec.szIntfDesc, "c");
-    EXPECT_EQ(para.szIntfDesc, nullptr);
+    EXPECT_TRUE(rec.szIntfDesc != nullptr && para.szIntfDesc == nullptr) << "moved";
     QOR_LDP_PKT_FreeSignalMsg(&rec, &ctx);
     EXPECT_EQ(QOR_LDP_PKT_DecodeIntfDescSubTlv(Hex("0303 63").data(), &para, &report), QOR_OK);
     QOR_LDP_PKT_ClearPwIdFecInfo(&info);
@@ -189,37 +174,28 @@ TEST_F(ElementTest, Descriptions) {
         EXPECT_EQ(running, 7 + alone);
     }
     para.ucRtpMode = QOR_LDP_RTP_NONE;
-    EXPECT_EQ(QOR_LDP_PKT_DecodeIntfParaSubTlv(Hex("00").data(), 0, &para, &report), QOR_OK);
+    EXPECT_EQ(QOR_LDP_PKT_DecodeIntfParaSubTlv(&para.ucRtpMode, 0, &para, &report), QOR_OK);
     EXPECT_EQ(para.ucRtpMode, QOR_LDP_RTP_NOT_GIVEN);
 }
 
 // What the bits of the CEP and TDM options say of RTP; the later of several counts.
 TEST_F(ElementTest, RtpModes) {
-    const struct {
-        const char *hex;
-        int mode;
-    } rows[] = {{"0504 2020", 2},           {"0504 dfdf", 0},      {"0b04 8000", 1},
-                {"0b04 8001", 2},           {"0b08 7ffe 00*4", 0}, {"0b0c 0001 00*8 0504 2000", 1},
-                {"0504 2000 0b04 0001", 2}, {"0104 05dc", 0xFF}};
+    const std::pair<const char *, int> rows[] = {
+        {"0504 2020", 2},           {"0504 dfdf", 0},      {"0b04 8000", 1},
+        {"0b04 8001", 2},           {"0b08 7ffe 00*4", 0}, {"0b0c 0001 00*8 0504 2000", 1},
+        {"0504 2000 0b04 0001", 2}, {"0104 05dc", 0xFF}};
     for (const auto &[hex, mode] : rows) {
-        const auto octets = Hex(hex);
         QOR_LDP_INTF_PARA_S para{};
-        EXPECT_EQ(QOR_LDP_PKT_DecodeIntfParaSubTlv(
-                      octets.data(), static_cast<uint32_t>(octets.size()), &para, &report),
-                  QOR_OK);
+        EXPECT_EQ(Run(QOR_LDP_PKT_DecodeIntfParaSubTlv, hex, &para, &report), QOR_OK);
         EXPECT_EQ(para.ucRtpMode, mode) << hex;
     }
 }
 
-TEST_F(ElementTest, StatusAndGroupTlv) {
-    for (const auto &[code, word, eBit] : {std::tuple{7u, "80000007", 1u},
-                                           {8, "80000008", 1},
-                                           {9, "00000009", 0},
-                                           {0xC0000028, "00000028", 0}}) {
+TEST_F(ElementTest, StatusAndGroupTlv) {  // E and F bit are not the caller's
+    for (const auto &[code, octets] : {std::pair{9u, "00000009"}, {0xC0000028, "00000028"}}) {
         std::vector<uint8_t> out(14, kFill);
-        EXPECT_EQ(QOR_LDP_PKT_EncodeLdpStatusCode(out.data(), code, 0x01020304, 0x0506), eBit);
-        EXPECT_EQ(HexText(out), std::string("0300000a") + word + "010203040506");
-        EXPECT_EQ(QOR_LDP_PKT_IsNotifySetEBit(code), eBit);
+        EXPECT_EQ(QOR_LDP_PKT_EncodeLdpStatusCode(out.data(), code, 0x01020304, 0x0506), 0u);
+        EXPECT_EQ(HexText(out), "0300000a" + std::string(octets) + "010203040506");
         EXPECT_EQ(QOR_LDP_PKT_IsNotifySetFBit(code), 0u);
     }
     uint8_t group[8], *cursor = group;
@@ -227,66 +203,59 @@ TEST_F(ElementTest, StatusAndGroupTlv) {
     EXPECT_EQ(HexText({group, cursor}), "096c0004fffffffe");
 }
 
-// The limits of the encoders: 4096 octets of data, of an error notification, of unknown TLVs.
+// The encoders write 4096 octets of data, 4096 of an error notification, and refuse MAC TLVs that
+// mean nothing without data.
 TEST_F(ElementTest, EncoderLimits) {
-    std::vector<uint8_t> data(4097, 0x11), out(QOR_LDP_PKT_ENC_BUF_LEN);
-    QOR_LDP_SIGNAL_MSG_S rec{};
-    rec.pucMacList = rec.pucPwTag = rec.pucPathVector = rec.pucNotifyData = data.data();
-    const auto encode = [&](auto function, int type, uint32_t length) {
-        rec.ulMacTlvType = static_cast<uint32_t>(type);
-        rec.ulMacLen = rec.ulPwTagLen = rec.ulPathVectorLen = length;
+    using EncodeTlv = decltype(&QOR_LDP_PKT_EncodePwTagTlv);
+    const std::tuple<EncodeTlv, const char *, int32_t> tlvs[] = {
+        {QOR_LDP_PKT_EncodeMacPeIdTlv, "mac=11*4096", 4100},
+        {QOR_LDP_PKT_EncodeMacPeIdTlv, "mac=11*4097", 0},
+        {QOR_LDP_PKT_EncodeMacFlapTlv, "mactype=0x3e09 mac=11*4096", 4105},
+        {QOR_LDP_PKT_EncodeMacFlapTlv, "mactype=0x3e09 mac=11*4097", 0},
+        {QOR_LDP_PKT_EncodePwTagTlv, "tag=11*4096", 4104},
+        {QOR_LDP_PKT_EncodePwTagTlv, "tag=11*4097", 0},
+        {QOR_LDP_PKT_EncodePwTagTlv, "taglen=12", 8}};
+    for (const auto &[encode, record, written] : tlvs) {
+        const TextRecord source(record);
+        std::vector<uint8_t> out(QOR_LDP_PKT_ENC_BUF_LEN);
         uint8_t *cursor = out.data();
-        EXPECT_EQ(function(&cursor, &rec, &ctx), QOR_OK);
-        return cursor - out.data();
-    };
-    for (const auto &[function, type, head] : {std::tuple{&QOR_LDP_PKT_EncodeMacPeIdTlv, 0, 4},
-                                               {&QOR_LDP_PKT_EncodeMacFlapTlv, 0x3E09, 9},
-                                               {&QOR_LDP_PKT_EncodePwTagTlv, 0, 8}}) {
-        EXPECT_EQ(encode(function, type, 4097), 0);
-        EXPECT_EQ(encode(function, type, 4096), 4096 + head);
-        EXPECT_EQ(Word(out, 2), 4096 + head - 4);
+        EXPECT_EQ(encode(&cursor, &source.rec, &ctx), QOR_OK);
+        EXPECT_EQ(cursor - out.data(), written) << record;
+        EXPECT_EQ(Word(out, 2), std::max(written - 4, 0)) << record;
     }
-    // No message is long enough for these, a caller's header may be.
-    const QOR_LDP_TLV_HDR_S tooLong{QOR_LDP_TLV_MAC_PE_ID, 4097};
-    memcpy(data.data(), "\x00\x00\x1E\x10", 4);
+    const std::tuple<const char *, size_t, size_t> messages[] = {
+        // The largest of all; unknown TLVs have no room behind 4096 octets.
+        {"type=0x301 key=1 agil=8 sail=4 tail=4 agit=1 sait=1 tait=1 flags=0x2000 mactype=0x3e09 "
+         "mac=00*4096 tagtype=0x3e0a tag=00*4096 path=00*4096 unknown=c1230000",
+         12367, 0},
+        {"type=1 flags=1 notify=00*4070", 4096, 0},
+        {"type=1 flags=1 notify=00*4071", 0, 0},
+        {"type=0x301 mactype=0x3e08", 0, 1},
+        {"type=0x301 mactype=0x3e09", 0, 1},
+        {"type=0x301 mactype=0x405", 0, 1}};
+    for (const auto &[record, written, reports] : messages) {
+        host.Reset();
+        EXPECT_EQ(Encode(TextRecord(record).rec).size(), written);
+        EXPECT_EQ(host.asserts.size(), reports) << record;
+        EXPECT_EQ(host.lines.empty(), written != 12367);
+    }
+}
+
+// No message is long enough for these headers, a caller's may be.
+TEST_F(ElementTest, LongHeaders) {
+    QOR_LDP_SIGNAL_MSG_S rec{};
+    const QOR_LDP_TLV_HDR_S header{QOR_LDP_TLV_MAC_PE_ID, 4097};
+    const auto value = Hex("00001e10 11*4093"), vendor = Hex("0003fa00 11*4093");
     for (const auto decode : {QOR_LDP_PKT_DecodeMacTlv, QOR_LDP_PKT_DecodeMacFlapTlv,
                               QOR_LDP_PKT_DecodeMacFlushTlv, QOR_LDP_PKT_DecodePwTagTlv})
-        EXPECT_EQ(decode(data.data(), &tooLong, &rec, &ctx), QOR_LDP_ERR_MAC_LEN);
-    memcpy(data.data(), "\x00\x03\xFA\x00", 4);
-    EXPECT_EQ(QOR_LDP_PKT_DecodeMacVendorFlushTlv(data.data(), &tooLong, &rec, &ctx), QOR_OK);
-    rec.pucMacList = data.data();
-    encode(QOR_LDP_PKT_EncodePwTagTlv, 0, 7);  // too short for two words: nothing is swapped
-    EXPECT_EQ(HexText({&out[8], &out[15]}), "0003fa00111111");
-    EXPECT_EQ(data[1], 3);
-    rec.pucPwTag = rec.pucMacList = rec.pucPathVector = nullptr;
-    EXPECT_EQ(encode(QOR_LDP_PKT_EncodePwTagTlv, 0, 12), 8);
+        EXPECT_EQ(decode(value.data(), &header, &rec, &ctx), QOR_LDP_ERR_MAC_LEN);
+    EXPECT_EQ(QOR_LDP_PKT_DecodeMacVendorFlushTlv(vendor.data(), &header, &rec, &ctx), QOR_OK);
+}
 
-    // The largest message of all; unknown TLVs have no room behind 4096 octets.
-    TextRecord largest(
-        "key=1 agil=8 sail=4 tail=4 agit=1 sait=1 tait=1 flags=0x2000 mactype=0x3e09 mac=00*4096 "
-        "tagtype=0x3e0a tag=00*4096 path=00*4096 unknown=c1230000",
-        Hex("0301 0000 00*4"));
-    EXPECT_EQ(Encode(largest.rec).size(), 12367u);
-    EXPECT_NE(TakeLog(), "");
-
-    rec.ulMsgType = QOR_LDP_MSG_NOTIFICATION;
-    rec.usFlags = QOR_LDP_FLAG_ERR_NOTIFY;
-    rec.usNotifyDataLen = 4070;
-    EXPECT_EQ(Encode(rec).size(), 4096u);
-    rec.usNotifyDataLen = 4071;
-    EXPECT_EQ(Encode(rec).size(), 0u);
-
-    rec.ulMsgType = QOR_LDP_MSG_MAC_WITHDRAW;  // without data a flap and a PE-ID are refused
-    rec.ulPwTagType = rec.ulPwTagLen = rec.ulPathVectorLen = rec.ulMacLen = 0;
-    for (const uint32_t type : {0x3E08u, 0x3E09u, 0x405u}) {
-        rec.ulMacTlvType = type;
-        EXPECT_EQ(Encode(rec).size(), 0u);
-    }
-    EXPECT_EQ(host.asserts.size(), 3u);
-
-    // 8 octets before the end: a TLV of 8 would reach it, and what follows is not tried.
-    TextRecord kept("unknown= unknown=c1230000 unknown=c1230004aabbccdd unknown=c1230000",
-                    std::vector<uint8_t>(8));
+// A TLV of 8 octets must end in front of the end, and what follows is not tried.
+TEST_F(ElementTest, UnknownTlvRoom) {
+    std::vector<uint8_t> out(128);
+    const TextRecord kept("unknown= unknown=c1230000 unknown=c1230004aabbccdd unknown=c1230000");
     for (const auto &[room, written] :
          {std::pair{13, 12}, {12, 4}, {5, 4}, {4, 0}, {0, 0}, {-9, 0}, {99, 16}}) {
         uint8_t *const start = &out[16], *cursor = start;
@@ -299,16 +268,18 @@ TEST_F(ElementTest, EncoderLimits) {
     }
 }
 
-// The words of a PW tag change their order in place, at each decode and each encode.
+// The words of a PW tag change their order in place, at each decode and each encode; less than two
+// words stay as they are.
 TEST_F(ElementTest, TagWordsAreSwappedInPlace) {
     Decoded decoded(Hex("0301 [ 00000001 3e0a [ 00001e10 00000001 00000002 0304 ] ]"), ctx);
     ASSERT_EQ(decoded.rec.ulPwTagLen, 10u);
-    uint32_t words[2];
-    memcpy(words, decoded.rec.pucPwTag, 8);
-    EXPECT_EQ(words[0], 1u);
-    EXPECT_EQ(words[1], 2u);
+    const uint32_t words[] = {1, 2};
+    EXPECT_EQ(memcmp(words, decoded.rec.pucPwTag, sizeof words), 0);
     Encode(decoded.rec);
     EXPECT_EQ(HexText({decoded.octets + 16, decoded.octets + 26}), "00000001000000020304");
+    const TextRecord half("type=0x301 tagtype=0x3e0a tag=01020304050607");
+    const std::string octets = HexText(Encode(half.rec));
+    EXPECT_EQ(octets.substr(octets.size() - 22), "00001e1001020304050607");
 }
 
 }  // namespace

@@ -157,9 +157,14 @@ constexpr Golden kGolden[] = {
      "flags=1 status=8 notify=", "0001 0016 00000026 0300 000a 80000008 00000000 0000 0303 0000"},
     {"PW status under status 6", nullptr, PWID_TEXT "flags=0x4000 status=1",
      "0001 002a 00000027 0300 000a 00000006 00000027 0000 896a 0004 00000001 " PWID},
-    {"notification without status", nullptr, PWID_TEXT "status=0xffffffff",
-     "0001 0014 00000028 " PWID},
+    {"error with a PW status",
+     "0001 002a 0000002a 0300 000a 0000001f 00000011 0400 896a 0004 00000028 " PWID,
+     "flags=1 statusid=0x11 statustype=0x400 status=0x28",
+     "0001 0012 0000002a 0300 000a 00000028 00000011 0400"},
     // All ones is a status on the way in and none on the way out.
+    {"notification without status",
+     "0001 002a 00000028 0300 000a 00000028 00000028 0000 896a 0004 ffffffff " PWID,
+     PWID_TEXT "status=0xffffffff statusid=0x28", "0001 0014 00000028 " PWID},
     {"notification of a group without status",
      "0001 0026 00000029 0300 000a 00000028 00000029 0000 896a 0004 ffffffff "
      "0100 0008 80 0005 00 00000009",
@@ -187,6 +192,16 @@ constexpr Golden kGolden[] = {
      PWID_TEXT "mactype=0x3e09 macflags=5 mac=cafe tagtype=0x3e0a"},
     {"MAC PE-ID", "0301 002a 00000037 " ADDRESS PWID "8404 0000 8405 0004 0a000001",
      PWID_TEXT "mactype=0x405 mac=0a000001"},
+
+    // ---- What comes otherwise than it is written
+    {"withdraw of a generalized PWid and a group",
+     "0402 0032 00000038 " GEN_PWID "096c 0004 00000009 0200 0004 00000010",
+     GEN_TEXT "cbit=1 group=9 label=16", "0402 002a 00000038 " GEN_PWID LABEL},
+    {"parameters in front of a generalized PWid",
+     "0400 003a 00000039 096b 0004 0104 05dc " GEN_PWID LABEL "896a 0004 00000000",
+     GEN_TEXT "cbit=1 label=16 intf=010405dc",
+     "0400 0042 00000039 " GEN_PWID LABEL
+     "896a 0004 00000000 096b 0004 0b04 0000 896b 0004 0104 05dc"},
 
     // ---- What only a caller asks for
     {"doubled mapping element", nullptr, MAPPING_TEXT "flags=0x2000 mtu=1500 rtp=0xff",

@@ -78,29 +78,25 @@ void Store(Record &rec, size_t offset, size_t size, uint32_t value) {
 
 }  // namespace
 
-std::vector<uint8_t> Hex(const char *text) {
+std::vector<uint8_t> Hex(const std::string &text) {
     std::vector<uint8_t> out;
     std::vector<size_t> open;
-    for (const char *p = text; *p != 0;) {
-        if (*p == ' ') {
-            ++p;
-        } else if (*p == '[') {
+    for (const char *p = text.c_str(); *p != 0; ++p) {
+        unsigned octet = 0, count = 1;
+        int used = 0;
+        if (*p == ' ') continue;
+        if (*p == '[') {
             open.push_back(out.size());
             out.insert(out.end(), 2, 0);
-            ++p;
         } else if (*p == ']') {
             const size_t at = open.at(open.size() - 1), length = out.size() - at - 2;
             out[at] = static_cast<uint8_t>(length >> 8);
             out[at + 1] = static_cast<uint8_t>(length);
             open.pop_back();
-            ++p;
         } else {
-            unsigned octet = 0, count = 1;
-            int used = 0;
             if (sscanf(p, "%2x%n", &octet, &used) != 1 || used != 2)
-                throw std::invalid_argument(std::string("not hex: ") + p);
-            p += used;
-            if (sscanf(p, "*%u%n", &count, &used) == 1) p += used;
+                throw std::invalid_argument("not hex: " + text);
+            if (sscanf(++p, "%*1[0-9A-Fa-f]*%u%n", &count, &used) == 1) p += used - 1;
             out.insert(out.end(), count, static_cast<uint8_t>(octet));
         }
     }
@@ -141,7 +137,7 @@ std::string Describe(const Record &rec) {
     return out.str();
 }
 
-TextRecord::TextRecord(const char *text, const std::vector<uint8_t> &message) {
+TextRecord::TextRecord(const std::string &text, const std::vector<uint8_t> &message) {
     rec.ulPeerIp = rec.stFecKey.stPeerAddr.aulAddr[0] = kPeer;
     rec.ulMsgType = Word(message, 0) & 0x7FFF;
     rec.usMsgLen = Word(message, 2);

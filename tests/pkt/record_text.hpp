@@ -17,7 +17,7 @@ constexpr uint32_t kPeer = 0x0A000001;
 
 // Octets of a hex text. "xx*n" repeats an octet, brackets enclose what a 16-bit length in front of
 // them counts.
-std::vector<uint8_t> Hex(const char *text);
+std::vector<uint8_t> Hex(const std::string &text);
 
 std::string HexText(const std::vector<uint8_t> &octets);
 
@@ -28,12 +28,14 @@ uint16_t Word(const std::vector<uint8_t> &octets, size_t at);
 // pointers lead to.
 std::string Describe(const QOR_LDP_SIGNAL_MSG_S &rec);
 
+inline const std::vector<uint8_t> kNoMessage(8);
+
 // A record built from "name=value" words, with the message type and the two message ids of a
 // message. Numbers are decimal or 0x; buffers are hex and set their length too; "unknown" appends a
 // TLV; "desc" is text up to the next blank.
 class TextRecord {
   public:
-    TextRecord(const char *text, const std::vector<uint8_t> &message);
+    explicit TextRecord(const std::string &text, const std::vector<uint8_t> &message = kNoMessage);
     TextRecord(const TextRecord &) = delete;
     TextRecord &operator=(const TextRecord &) = delete;
 

@@ -130,12 +130,7 @@ const Octets kPdu = PduOf(kMessage);
 const Octets kTwoPdus = PduOf(kMessage + U32(0x02010004) + U32(8)) + kPdu;
 
 TEST(FramerTest, FaultsAreToldAndReadingGoesOnWhereverTheStreamIsCut) {
-    const struct {
-        const char *name;
-        bool in_sync;
-        Octets octets;
-        const char *log;
-    } kCases[] = {
+    const std::tuple<const char *, bool, Octets, const char *> kCases[] = {
         {"two PDUs", true, kTwoPdus, " 9@10 8@18 9@36"},
         {"joined at a PDU", false, kTwoPdus, " 9@10 8@18 9@36"},
         {"joined after the version", false, Part(kTwoPdus, 2, 44), " skipped@0+24 9@34"},
@@ -152,9 +147,9 @@ TEST(FramerTest, FaultsAreToldAndReadingGoesOnWhereverTheStreamIsCut) {
         {"odd message", false, PduOf(kMessage + Octets(10, 0xEE)) + kPdu, " skipped@0+28 9@38"},
         {"never ends", false, U32(0x101F4) + Octets(6) + kMessage + kPdu, " skipped@0+18 9@28"},
     };
-    for (const auto &row : kCases)
-        for (size_t at = 0; at <= row.octets.size(); ++at)
-            EXPECT_EQ(Framed(row.octets, at, row.in_sync), row.log) << row.name << " cut at " << at;
+    for (const auto &[name, in_sync, octets, log] : kCases)
+        for (size_t at = 0; at <= octets.size(); ++at)
+            EXPECT_EQ(Framed(octets, at, in_sync), log) << name << " cut at " << at;
 }
 
 TEST(FramerTest, GapEndsThePduKeepsTheOffsetAndNeedsASearch) {
