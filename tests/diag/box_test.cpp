@@ -20,14 +20,8 @@ std::string Content(const QOR_MAM_BLACKBOX_S &box) {
 
 class BoxTest : public PlatformTest {
   protected:
-    void SetUp() override {
-        PlatformTest::SetUp();
-        mam = QOR_MAM_Init(41, this);
-    }
-    void TearDown() override {
-        QOR_MAM_DeInit(mam);
-        PlatformTest::TearDown();
-    }
+    void SetUp() override { PlatformTest::SetUp(), mam = QOR_MAM_Init(41, this); }
+    void TearDown() override { QOR_MAM_DeInit(mam), PlatformTest::TearDown(); }
     QOR_MAM_S *mam = nullptr;
 };
 
@@ -82,13 +76,9 @@ TEST_F(BoxTest, RingKeepsTheNewest) {
             ASSERT_EQ(Content(*box), written.substr(written.size() - kept)) << size;
         }
     }
-    const QOR_MAM_BLACKBOX_S *box = QOR_MAM_BlackBoxCreate(mam, 100, 8, 0);
-    QOR_MAM_BlackBoxWriteString(mam, 100, "abcdef");
-    EXPECT_EQ(Content(*box), "bcdef\r\n");
-    EXPECT_EQ(box->pucOldest, box->pucWrite + 1);
-    box = QOR_MAM_BlackBoxCreate(mam, 101, 2000, 0);
-    QOR_MAM_BlackBoxWriteString(mam, 101, "%s", std::string(1500, 'y').c_str());
-    EXPECT_EQ(Content(*box), std::string(999, 'y') + "\r\n");
+    const QOR_MAM_BLACKBOX_S *box = QOR_MAM_BlackBoxCreate(mam, 100, 2000, 0);
+    QOR_MAM_BlackBoxWriteString(mam, 100, "%s", std::string(1500, 'y').c_str());
+    EXPECT_EQ(Content(*box), std::string(999, 'y') + "\r\n") << "a record has a limit";
 }
 
 TEST_F(BoxTest, Boxes) {
@@ -107,17 +97,13 @@ TEST_F(BoxTest, Boxes) {
     EXPECT_EQ(QOR_MAM_BlackBoxDelete(mam, 5), QOR_OK);
     EXPECT_EQ(QOR_MAM_BlackBoxWriteString(mam, 5, "x"), QOR_MAM_ERR_NO_BOX);
     EXPECT_EQ(QOR_MAM_BlackBoxGetSize(mam, 20), 20u);
+    const uint32_t n[] = {1, 0x80000000};
+    EXPECT_TRUE(QOR_MAM_CompareUlong(n, n + 1) == -1 && QOR_MAM_CompareUlong(n + 1, n) == 1);
     EXPECT_TRUE(host.asserts.empty());
     EXPECT_EQ(QOR_MAM_BlackBoxCreate(mam, 20, 0, 0), nullptr) << "the size is looked at first";
     EXPECT_EQ(host.asserts.size(), 1u);
     for (const Allocation &a : host.allocations)
         EXPECT_TRUE(a.sid == 41 && a.partition == g_aucHostMemPt[2]);
-}
-
-TEST_F(BoxTest, KeyOrder) {
-    const uint32_t small = 1, large = 0x80000000;
-    EXPECT_EQ(QOR_MAM_CompareUlong(&small, &large), -1);
-    EXPECT_EQ(QOR_MAM_CompareUlong(&large, &small), 1);
 }
 
 }  // namespace
