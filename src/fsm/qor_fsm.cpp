@@ -123,7 +123,7 @@ uint32_t QOR_FSM_Execute(QOR_FSM_INST_S *inst, uint32_t event, uint64_t param, u
     }
     const QOR_FSM_DESC_S *desc = inst->pstFsmDesc;
     if (event >= desc->ulEventNum) {
-        Tell(inst, "FSM %s: Invalid event %s", QOR_FSM_GetEventName(inst, event));
+        Tell(inst, "FSM %s: Invalid event %s", "(null)");  // it has no name
         return QOR_FSM_ERR_EVENT;
     }
     if (inst->ulCurState >= desc->ulStateNum) {

@@ -28,6 +28,14 @@ uint32_t CheckAddressElement(const uint8_t *element, uint32_t remaining) {
     return family == kFamilyIpv4 || family == kFamilyIpv6 ? QOR_OK : QOR_LDP_ERR_FAMILY;
 }
 
+// The record is clear for the first PW element; a later one replaces what was decoded.
+void BeginPwElement(QOR_LDP_PWID_FEC_INFO_S *info, bool *pwSeen) {
+    if (*pwSeen) {
+        QOR_LDP_PKT_ClearPwIdFecInfo(info);
+    }
+    *pwSeen = true;
+}
+
 uint32_t DecodeElement(const uint8_t *element, uint32_t remaining, QOR_LDP_PKT_LOG_S *log,
                        QOR_LDP_PWID_FEC_INFO_S *info, bool *pwSeen, uint32_t *length) {
     switch (element[0]) {
@@ -37,12 +45,10 @@ uint32_t DecodeElement(const uint8_t *element, uint32_t remaining, QOR_LDP_PKT_L
         case kHost:  // walked as a prefix: its last octet counts bits
             return QOR_LDP_PKT_DecodeAddrFec(element, remaining, log, length);
         case qor::pkt::kElementPwId:
-            QOR_LDP_PKT_ClearPwIdFecInfo(info);
-            *pwSeen = true;
+            BeginPwElement(info, pwSeen);
             return QOR_LDP_PKT_DecodeVcFec128(element, remaining, log, info, length);
         case qor::pkt::kElementGenPwId:
-            QOR_LDP_PKT_ClearPwIdFecInfo(info);
-            *pwSeen = true;
+            BeginPwElement(info, pwSeen);
             return QOR_LDP_PKT_DecodeVcFec129(element, remaining, log, info, length);
         default:
             QOR_LDP_PKT_LogUnknownFecType(log, element[0]);
