@@ -3,6 +3,7 @@
 #
 #   scripts/setup.sh demo    what building and running the tool takes
 #   scripts/setup.sh test    (the default) what the whole test run takes as well
+#   scripts/setup.sh bench   what the benchmarks take, beside what the tool takes
 #
 # When everything is there, no package manager is called and no privilege is needed.
 set -euo pipefail
@@ -35,6 +36,10 @@ test shellcheck         shellcheck
 test tcpdump            tcpdump
 test tshark             tshark
 test valgrind           valgrind
+bench libbenchmark-dev  include/benchmark/benchmark.h
+bench libboost-dev      include/boost/intrusive/avl_set.hpp
+bench libevent-dev      include/event2/event.h
+bench libspdlog-dev     include/spdlog/spdlog.h
 '
 
 # is_there PROBE
@@ -49,7 +54,7 @@ is_there() {
 missing() {
     local set package probe
     while read -r set package probe; do
-        if [ -n "$set" ] && { [ "$set" = demo ] || [ "$1" = test ]; }; then
+        if [ -n "$set" ] && { [ "$set" = demo ] || [ "$set" = "$1" ]; }; then
             is_there "$probe" || printf '%s ' "$package"
         fi
     done <<<"$needs"
@@ -68,8 +73,8 @@ apt_get() {
 
 set=${1:-test}
 case $set in
-demo | test) ;;
-*) die "usage: scripts/setup.sh [demo|test]" ;;
+demo | test | bench) ;;
+*) die "usage: scripts/setup.sh [demo|test|bench]" ;;
 esac
 
 read -ra packages <<<"$(missing "$set")"
