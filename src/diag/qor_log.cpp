@@ -30,8 +30,12 @@ void EscapePercents(const char *line, char *out) {
 }
 
 void WriteToBlackBox(QOR_MAM_S *mam, uint32_t box, const char *line) {
-    char format[2 * QOR_LOG_LINE_LEN];
-    EscapePercents(line, format);
+    char escaped[2 * QOR_LOG_LINE_LEN];
+    const char *format = line;
+    if (HOST_StrRChr(line, '%') != nullptr) {
+        EscapePercents(line, escaped);
+        format = escaped;
+    }
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
     QOR_MAM_BlackBoxWriteString(mam, box, format);

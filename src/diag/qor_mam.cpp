@@ -1,5 +1,8 @@
 #include "qor_mam.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "base/qor_check.hpp"
 #include "base/qor_links.hpp"
 
@@ -24,33 +27,35 @@ void FreeBox(QOR_MAM_S *mam, QOR_MAM_BLACKBOX_S *box) {
     HOST_MemFree(box, kSource, __LINE__);
 }
 
-// The place behind p in the ring.
-uint8_t *Next(const QOR_MAM_BLACKBOX_S *box, uint8_t *p) {
-    return p + 1 == box->pucEnd ? box->pucStart : p + 1;
-}
-
-void PutChar(QOR_MAM_BLACKBOX_S *box, char c) {
-    *box->pucWrite = static_cast<uint8_t>(c);
-    box->pucWrite = Next(box, box->pucWrite);
-    if (box->pucWrite == box->pucOldest) {
-        box->pucOldest = Next(box, box->pucOldest);
+// Appends text, in the two pieces that the end of the ring makes of it. One place is left between
+// the newest and the oldest character, and so the oldest ones go when more are needed.
+void PutText(QOR_MAM_BLACKBOX_S *box, const char *text, size_t length) {
+    const auto size = static_cast<size_t>(box->pucEnd - box->pucStart);
+    auto kept = static_cast<size_t>(box->pucWrite - box->pucOldest);
+    if (box->pucWrite < box->pucOldest) {
+        kept += size;
     }
-}
+    kept = std::min(kept + length, size - 1);
 
-void PutText(QOR_MAM_BLACKBOX_S *box, const char *text) {
-    for (; *text != '\0'; ++text) {
-        PutChar(box, *text);
+    auto at = static_cast<size_t>(box->pucWrite - box->pucStart);
+    while (length != 0) {
+        const size_t piece = std::min(length, size - at);
+        std::memcpy(box->pucStart + at, text, piece);
+        text += piece;
+        length -= piece;
+        at = at + piece == size ? 0 : at + piece;
     }
+    box->pucWrite = box->pucStart + at;
+    box->pucOldest = box->pucStart + (at >= kept ? at - kept : at + size - kept);
 }
 
 // Prints one stamp and puts it into the ring; a stamp that does not print is left out.
 template <class... Args>
 void PutStamp(QOR_MAM_BLACKBOX_S *box, const char *fmt, Args... args) {
     char stamp[kStampLen] = "";
-    if (FormatChecked(kSource, snprintf_s(stamp, kStampLen, kStampLen - 1, fmt, args...)) < 0) {
-        stamp[0] = '\0';
-    }
-    PutText(box, stamp);
+    const int length =
+        FormatChecked(kSource, snprintf_s(stamp, kStampLen, kStampLen - 1, fmt, args...));
+    PutText(box, stamp, length < 0 ? 0 : static_cast<size_t>(length));
 }
 
 void PutStamps(QOR_MAM_S *mam, QOR_MAM_BLACKBOX_S *box) {
@@ -163,19 +168,22 @@ uint32_t QOR_MAM_BlackBoxWriteString(QOR_MAM_S *mam, uint32_t id, const char *fm
     if (RefuseNull(kSource, mam, fmt)) {
         return QOR_ERR_ARG;
     }
-    char text[kTextLen] = "";
+    char text[kTextLen + 2] = "";  // with its line end
     va_list args;
     va_start(args, fmt);
-    FormatChecked(kSource, HOST_VsnprintfTruncated(text, kTextLen, fmt, args));
+    const int stored = FormatChecked(kSource, HOST_VsnprintfTruncated(text, kTextLen, fmt, args));
     va_end(args);
+    // What a failed formatter left behind is recorded all the same.
+    const size_t length = stored < 0 ? std::strlen(text) : static_cast<size_t>(stored);
+    text[length] = '\r';
+    text[length + 1] = '\n';
 
     QOR_MAM_BLACKBOX_S *box = FindBox(mam, id);
     if (box == nullptr || box->pucStart == nullptr) {
         return QOR_MAM_ERR_NO_BOX;
     }
     PutStamps(mam, box);
-    PutText(box, text);
-    PutText(box, "\r\n");
+    PutText(box, text, length + 2);
     return QOR_OK;
 }
 

@@ -157,17 +157,18 @@ uint32_t QOR_DQ_AddNode(QOR_DQ_INST_S *inst, const void *key, uint64_t userValue
     if (RefuseInstance(kSource, inst) || RefuseNull(kSource, key)) {
         return QOR_ERR_ARG;
     }
-    if (FindNode(inst, key) != nullptr) {
+    // Most keys are new: the search of the insertion is the only one.
+    auto *node = qor::AllocZeroed<QOR_DQ_NODE_S>(kSource, inst->pstCtx->stCfg.ulSid, kNodeTag);
+    if (node == nullptr && FindNode(inst, key) != nullptr) {
         return QOR_DQ_ERR_EXIST;
     }
-    auto *node = qor::AllocZeroed<QOR_DQ_NODE_S>(kSource, inst->pstCtx->stCfg.ulSid, kNodeTag);
     if (RefuseNull(kSource, node)) {
         return QOR_FAIL;
     }
     node->stNode = qor::kUnlinked;
     qor::CopyChecked(kSource, node->aucKey, sizeof node->aucKey, key, inst->stReg.ulKeyLen);
     if (HOST_AvlInsertOrFind(&inst->stNodeTree, &node->stNode, &inst->stNodeInfo) != nullptr) {
-        HOST_MemFree(node, kSource, __LINE__);  // a compare callback that changes its mind
+        HOST_MemFree(node, kSource, __LINE__);
         return QOR_DQ_ERR_EXIST;
     }
     qor::Append(&inst->stNodeList, &node->stLink);

@@ -2,9 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
+#include <random>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include "qor_host.h"
 
@@ -45,6 +49,63 @@ TEST(Text, FormattersCutAtTheRoom) {
     const wchar_t *noText = L"\u20ac";  // not in the "C" locale
     EXPECT_EQ(snprintf_s(out.octets, 16, 15, "a%ls", noText), -1);
     EXPECT_EQ(HOST_SnprintfTruncated(out.octets, 16, "a%ls", noText), -1);
+}
+
+// Expects what the C library makes of the same format, for rooms that cut it anywhere and not at
+// all.
+[[gnu::format(printf, 1, 2)]] void ExpectAsLibc(const char *fmt, ...) {
+    va_list args, again;
+    va_start(args, fmt);
+    char libc[300];
+    va_copy(again, args);
+    const int length = vsnprintf(libc, sizeof libc, fmt, again);
+    va_end(again);
+    ASSERT_GE(length, 0) << fmt;
+    for (int room : {1, 2, length / 2, length, length + 1, length + 9}) {
+        if (room < 1) continue;
+        const int stored = std::min(length, room - 1);
+        std::vector<char> own(static_cast<size_t>(room), '#');
+        va_copy(again, args);
+        EXPECT_EQ(HOST_VsnprintfTruncated(own.data(), static_cast<uint32_t>(room), fmt, again),
+                  stored)
+            << fmt << " room " << room;
+        va_end(again);
+        ASSERT_EQ(own.data(), std::string(libc, static_cast<size_t>(stored)))
+            << fmt << " room " << room;
+    }
+    va_end(args);
+}
+
+TEST(Text, FormatsAsTheCLibraryDoes) {
+    std::mt19937 random(1);
+    const auto pick = [&](const auto &from) { return from[random() % std::size(from)]; };
+    const std::string flags[] = {"", "", "-", "0", "-0", "+"};
+    const std::string lengths[] = {"", "", "l", "ll", "h", "z"};
+    const char *const texts[] = {"", "a", "label mapping", nullptr};
+    const uint64_t numbers[] = {
+        0, 1, 9, 10, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, UINT64_C(1) << 63, UINT64_MAX, random()};
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+    for (int i = 0; i < 20'000; ++i) {
+        const char letter = "diuxXsc%"[random() % 8];
+        const bool isNumber = strchr("diuxX", letter) != nullptr;
+        std::string how = isNumber ? pick(flags) : random() % 2 ? "-" : "";
+        if (random() % 2) how += std::to_string(random() % (random() % 4 ? 12 : 120));
+        if (random() % 3 == 0 && letter != 'c')
+            how += "." + std::to_string(random() % (random() % 4 ? 12 : 120));
+        const std::string length = isNumber ? pick(lengths) : "";
+        const std::string fmt =
+            letter == '%' ? "a%%b%%" : "PW %" + how + length + letter + ", %u%%";
+        const uint64_t number = pick(numbers);
+        if (letter == 's')
+            ExpectAsLibc(fmt.c_str(), pick(texts), 7U);
+        else if (length == "" || length == "h")
+            ExpectAsLibc(fmt.c_str(), static_cast<int>(letter == 'c' ? 'x' : number), 7U);
+        else
+            ExpectAsLibc(fmt.c_str(), number, 7U);
+    }
+#pragma GCC diagnostic pop
 }
 
 TEST(Text, BoundedRoutines) {

@@ -1,6 +1,7 @@
 // Intrusive AVL tree with parent links. Each node keeps the heights of both its subtrees, so that
 // neither an insertion nor a deletion looks at a node off the path from its place to the root.
 #include <algorithm>
+#include <cstdlib>
 
 #include "base/host/qor_host_api.hpp"
 
@@ -14,9 +15,20 @@ void *EntryOf(Node *node, const Info *info) {
     return node ? reinterpret_cast<char *>(node) - info->usNodeOffset : nullptr;
 }
 
-const void *KeyOf(Node *node, const Info *info) {
-    return static_cast<const char *>(EntryOf(node, info)) + info->usKeyOffset;
-}
+// What a search needs of Info, which the compiler would read again behind each compare.
+class Order {
+  public:
+    explicit Order(const Info *info)
+        : compare_(info->pfnCompare), toKey_(info->usKeyOffset - info->usNodeOffset) {}
+    const void *KeyOf(const Node *node) const {
+        return reinterpret_cast<const char *>(node) + toKey_;
+    }
+    int operator()(const void *key, const Node *node) const { return compare_(key, KeyOf(node)); }
+
+  private:
+    HOST_AVL_CMP_PF compare_;
+    ptrdiff_t toKey_;
+};
 
 int16_t HeightOf(const Node *node) {
     return static_cast<int16_t>(std::max(node->sLeftHeight, node->sRightHeight) + 1);
@@ -106,24 +118,35 @@ Node *Balance(Tree *tree, Node *node) {
     return node;
 }
 
-// Tells parent the height of the subtree under child; false when it knew.
-bool SetHeight(Node *parent, const Node *child, int16_t height) {
-    int16_t &known = parent->pstLeft == child ? parent->sLeftHeight : parent->sRightHeight;
-    if (known == height) {
-        return false;
-    }
-    known = height;
-    return true;
-}
-
 // Restores balance and heights from node, whose own heights are right, up to where nothing changes.
 void Retrace(Tree *tree, Node *node) {
-    while (node) {
-        const Node *top = Balance(tree, node);
-        node = top->pstParent;
-        if (node && !SetHeight(node, top, HeightOf(top))) {
+    int16_t left = node->sLeftHeight;
+    int16_t right = node->sRightHeight;
+    for (;;) {
+        int height = std::max(left, right) + 1;
+        if (std::abs(left - right) > 1) {
+            node = Balance(tree, node);
+            height = HeightOf(node);
+        }
+        Node *parent = node->pstParent;
+        if (!parent) {
             return;
         }
+        // The heights go on in registers: read back from the node they would wait for the store.
+        left = parent->sLeftHeight;
+        right = parent->sRightHeight;
+        if (parent->pstLeft == node) {
+            if (left == height) {
+                return;
+            }
+            parent->sLeftHeight = left = static_cast<int16_t>(height);
+        } else {
+            if (right == height) {
+                return;
+            }
+            parent->sRightHeight = right = static_cast<int16_t>(height);
+        }
+        node = parent;
     }
 }
 
@@ -131,11 +154,12 @@ void Retrace(Tree *tree, Node *node) {
 
 void *HOST_AvlInsertOrFind(HOST_AVL_TREE_S *root, HOST_AVL_NODE_S *node,
                            const HOST_AVL_INFO_S *info) {
-    const void *key = KeyOf(node, info);
+    const Order compare(info);
+    const void *key = compare.KeyOf(node);
     Node *parent = nullptr;
     int order = 0;
     for (Node *at = root->pstRoot; at;) {
-        order = info->pfnCompare(key, KeyOf(at, info));
+        order = compare(key, at);
         if (order == 0) {
             return EntryOf(at, info);
         }
@@ -187,18 +211,22 @@ void HOST_AvlDelete(HOST_AVL_TREE_S *root, HOST_AVL_NODE_S *node) {
         LinkLeft(heir, node->pstLeft, node->sLeftHeight);
         Replace(root, node, heir);
     } else {
+        const int16_t height = std::max(node->sLeftHeight, node->sRightHeight);
         if (changed) {
-            SetHeight(changed, node, std::max(node->sLeftHeight, node->sRightHeight));
+            (changed->pstLeft == node ? changed->sLeftHeight : changed->sRightHeight) = height;
         }
         Replace(root, node, node->pstLeft ? node->pstLeft : node->pstRight);
     }
-    Retrace(root, changed);
+    if (changed) {
+        Retrace(root, changed);
+    }
     *node = Node{nullptr, nullptr, nullptr, -1, -1};
 }
 
 void *HOST_AvlFind(HOST_AVL_TREE_S *root, const void *key, const HOST_AVL_INFO_S *info) {
+    const Order compare(info);
     for (Node *at = root->pstRoot; at;) {
-        const int order = info->pfnCompare(key, KeyOf(at, info));
+        const int order = compare(key, at);
         if (order == 0) {
             return EntryOf(at, info);
         }
@@ -218,8 +246,9 @@ void *HOST_AvlNext(HOST_AVL_NODE_S *node, const HOST_AVL_INFO_S *info) {
 void *HOST_AvlFindOrFindNext(HOST_AVL_TREE_S *root, const void *key, uint32_t /*zero*/,
                              const HOST_AVL_INFO_S *info) {
     Node *candidate = nullptr;
+    const Order compare(info);
     for (Node *at = root->pstRoot; at;) {
-        const int order = info->pfnCompare(key, KeyOf(at, info));
+        const int order = compare(key, at);
         if (order == 0) {
             return EntryOf(at, info);
         }

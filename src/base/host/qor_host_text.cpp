@@ -1,26 +1,14 @@
-// Formatters, address texts and the bounded routines. A NULL argument of %s prints as "(null)":
-// the vsnprintf of the C libraries this platform is built for does that.
+// Formatters, address texts and the bounded routines.
 #include <arpa/inet.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
-#include <cstdio>
 #include <cstring>
 
 #include "base/host/qor_host_api.hpp"
+#include "base/host/qor_host_format.hpp"
 
 namespace {
-
-// Formats into room octets, at least 1; returns the length the whole text has, -1 on error.
-int Format(char *out, size_t room, const char *fmt, va_list ap) {
-    // More than INT_MAX is refused by some C libraries, and no text gets that long.
-    const int length = fmt ? vsnprintf(out, std::min<size_t>(room, INT_MAX), fmt, ap) : -1;
-    if (length < 0) {
-        out[0] = '\0';
-    }
-    return length;
-}
 
 // Writes the dotted form without a NUL and returns its end.
 char *PutDotted(char *out, uint32_t ip) {
@@ -46,7 +34,7 @@ int32_t HOST_VsnprintfTruncated(char *out, uint32_t room, const char *fmt, va_li
     if (room == 0) {
         return -1;
     }
-    const int length = Format(out, room, fmt, ap);
+    const int length = qor::host::Format(out, room, fmt, ap);
     return length < 0 || static_cast<uint32_t>(length) < room ? length
                                                               : static_cast<int32_t>(room - 1);
 }
@@ -140,7 +128,7 @@ int snprintf_s(char *dst, size_t dstMax, size_t count, const char *fmt, ...) {
     const size_t room = std::min(count, dstMax - 1) + 1;
     va_list ap;
     va_start(ap, fmt);
-    const int length = Format(dst, room, fmt, ap);
+    const int length = qor::host::Format(dst, room, fmt, ap);
     va_end(ap);
     return length >= 0 && static_cast<size_t>(length) < room ? length : -1;
 }
