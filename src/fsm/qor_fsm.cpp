@@ -149,8 +149,12 @@ uint32_t QOR_FSM_Execute(QOR_FSM_INST_S *inst, uint32_t event, uint64_t param, u
         inst->ulStateChgCnt++;
         HOST_GmtSystimeGet(&inst->stStateChgTime);
     }
-    QOR_FSM_MrDeleteFallBackTimer(inst);
-    QOR_FSM_MrCreateFallBackTimer(param, inst);
+    if (inst->ulFallBackTimer != 0) {
+        QOR_FSM_MrDeleteFallBackTimer(inst);
+    }
+    if (inst->pstFallBackTbl != nullptr) {
+        QOR_FSM_MrCreateFallBackTimer(param, inst);
+    }
 
     const uint32_t result = cell.pfnProc(param, data, inst->ulUserData);
     if (result == 0) {

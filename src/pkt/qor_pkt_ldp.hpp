@@ -102,8 +102,8 @@ struct Walk {
     uint16_t lastType = 0;  // of the last TLV header read
     uint32_t status = 0;    // Notification: status code without E and F bit
 
-    Walk(const MessageRule &rule, const uint8_t *msg, QOR_LDP_SIGNAL_MSG_S *rec,
-         const QOR_PKT_CTX_S *ctx);
+    inline Walk(const MessageRule &rule, const uint8_t *msg, QOR_LDP_SIGNAL_MSG_S *rec,
+                const QOR_PKT_CTX_S *ctx);
 };
 
 enum Seen : uint32_t {
@@ -143,6 +143,17 @@ struct MessageRule {
     std::span<const TlvRule> tlvs;
 };
 
+Walk::Walk(const MessageRule &rule_, const uint8_t *msg_, QOR_LDP_SIGNAL_MSG_S *rec_,
+           const QOR_PKT_CTX_S *ctx_)
+    : rule(rule_),
+      msg(msg_),
+      rec(rec_),
+      ctx(ctx_),
+      log{ctx_, rule_.name, rec_->ulPeerIp, 0, 0},
+      length(wire::Get16(msg_ + 2)) {
+    rec->ulBodyMsgId = wire::Get32(msg + kLengthOffset);
+}
+
 // Walks the TLVs from position, octets behind the length field, to the end of the message.
 uint32_t WalkTlvs(Walk &walk, uint32_t position);
 
@@ -169,8 +180,16 @@ struct FecPolicy {
 wire::Writer BeginMessage(uint8_t *buf, uint32_t type, const QOR_LDP_SIGNAL_MSG_S *rec);
 uint32_t EndMessage(uint8_t *buf, const wire::Writer &out);
 
-void PutTlvHeader(wire::Writer &out, uint32_t typeWord, uint32_t length);
-void PutWordTlv(wire::Writer &out, uint16_t typeWord, uint32_t value);
+inline void PutTlvHeader(wire::Writer &out, uint32_t typeWord, uint32_t length) {
+    out.U16(static_cast<uint16_t>(typeWord));
+    out.U16(static_cast<uint16_t>(length));
+}
+
+inline void PutWordTlv(wire::Writer &out, uint16_t typeWord, uint32_t value) {
+    PutTlvHeader(out, typeWord, kWordLen);
+    out.U32(value);
+}
+
 void PutGroupIdTlv(wire::Writer &out, uint32_t groupId);
 void PutFecTlv(wire::Writer &out, const QOR_LDP_SIGNAL_MSG_S *rec, const QOR_PKT_CTX_S *ctx,
                FecPolicy policy);

@@ -59,17 +59,6 @@ uint32_t DecodeTlv(pkt::Walk &walk, const pkt::Tlv &tlv) {
 
 namespace qor::pkt {
 
-Walk::Walk(const MessageRule &rule_, const uint8_t *msg_, QOR_LDP_SIGNAL_MSG_S *rec_,
-           const QOR_PKT_CTX_S *ctx_)
-    : rule(rule_),
-      msg(msg_),
-      rec(rec_),
-      ctx(ctx_),
-      log{ctx_, rule_.name, rec_->ulPeerIp, 0, 0},
-      length(wire::Get16(msg_ + 2)) {
-    rec->ulBodyMsgId = wire::Get32(msg + kLengthOffset);
-}
-
 uint32_t HandleUnknown(const Walk &walk, const Tlv &tlv, Unknown policy) {
     if (walk.rule.unknownLog != nullptr) {
         QOR_LOG_DevLog(LogOf(walk.ctx), "LDP PKT: Decode %s unknwon tlv: Type:%u, UBit:%u, FBit:%u",

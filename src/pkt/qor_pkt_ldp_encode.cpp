@@ -38,7 +38,7 @@ uint32_t EncodePwId(uint8_t *out, const QOR_LDP_SIGNAL_MSG_S *rec, const QOR_PKT
         QOR_LDP_PKT_EncodeMappingMsgIntfDesc(info, rec, ctx);
     }
     const uint32_t length = QOR_LDP_PKT_EncodePWidFecWithIntfPara(out, info, rec, ctx);
-    QOR_LDP_PKT_FreeIntfDesc(info);
+    qor::FreeAndClear(kEncode, &info->stIntfPara.szIntfDesc);
     return length;
 }
 
@@ -57,16 +57,6 @@ wire::Writer BeginMessage(uint8_t *buf, uint32_t type, const QOR_LDP_SIGNAL_MSG_
 uint32_t EndMessage(uint8_t *buf, const wire::Writer &out) {
     wire::Put16(buf + 2, static_cast<uint16_t>(out.Written() - kLengthOffset));
     return out.Written();
-}
-
-void PutTlvHeader(wire::Writer &out, uint32_t typeWord, uint32_t length) {
-    out.U16(static_cast<uint16_t>(typeWord));
-    out.U16(static_cast<uint16_t>(length));
-}
-
-void PutWordTlv(wire::Writer &out, uint16_t typeWord, uint32_t value) {
-    PutTlvHeader(out, typeWord, kWordLen);
-    out.U32(value);
 }
 
 void PutGroupIdTlv(wire::Writer &out, uint32_t groupId) {

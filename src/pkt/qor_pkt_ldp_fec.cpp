@@ -88,7 +88,9 @@ void StoreFec(QOR_LDP_PWID_FEC_INFO_S *info, QOR_LDP_PKT_LOG_S *log, QOR_LDP_SIG
     if (msg->ulMsgType == QOR_LDP_MSG_MAPPING) {
         qor::pkt::StoreParameters(info->stIntfPara, msg);
         msg->usCepOptions = info->stIntfPara.usCepOptions;
-        QOR_LDP_PKT_FillMappingIntfDesc(info, log, msg);
+        if (info->stIntfPara.szIntfDesc != nullptr) {  // rare
+            QOR_LDP_PKT_FillMappingIntfDesc(info, log, msg);
+        }
     }
 }
 
@@ -106,7 +108,7 @@ uint32_t QOR_LDP_PKT_DecodeFecTlv(const uint8_t *value, uint32_t length, QOR_LDP
     if (result == QOR_OK) {
         StoreFec(&info, logCtx, signalMsg);
     }
-    QOR_LDP_PKT_FreeIntfDesc(&info);
+    qor::FreeAndClear(kDecode, &info.stIntfPara.szIntfDesc);
     return result;
 }
 

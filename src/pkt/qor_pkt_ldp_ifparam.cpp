@@ -238,6 +238,7 @@ uint32_t QOR_LDP_PKT_EncodeIntfParaSubTlv(uint8_t *out, const QOR_LDP_INTF_PARA_
         return 0;
     }
     wire::Writer writer(out);
+#pragma GCC unroll 8  // the rows' functions are inlined then
     for (const NumberRule &rule : kNumbers) {
         const uint32_t value = rule.get(*intfPara);
         if (value != 0) {

@@ -151,6 +151,8 @@ TEST_F(ElementTest, Descriptions) {
     EXPECT_TRUE(rec.szIntfDesc == nullptr && para.szIntfDesc != nullptr) << "not moved";
     QOR_LDP_PKT_FillMappingIntfDesc(&info, &report, &rec);
     EXPECT_TRUE(rec.szIntfDesc != nullptr && para.szIntfDesc == nullptr) << "moved";
+    QOR_LDP_PKT_FillMappingIntfDesc(&info, &report, &rec);
+    EXPECT_STREQ(rec.szIntfDesc, "c") << "none came";
     QOR_LDP_PKT_FreeSignalMsg(&rec, &ctx);
     EXPECT_EQ(QOR_LDP_PKT_DecodeIntfDescSubTlv(Hex("0303 63").data(), &para, &report), QOR_OK);
     QOR_LDP_PKT_ClearPwIdFecInfo(&info);
