@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
-"""Time qorldp beside tcpdump and tshark on the same capture.
+"""Measure qorldp beside tcpdump and tshark on the same captures.
 
-    decode_speed.py QORLDP [--messages N] [--rounds N] [--mss BYTES] [--without PROGRAM ...]
+    decode_speed.py QORLDP [--messages N ...] [--rounds N] [--mss BYTES] [--without NAME ...]
     decode_speed.py --write FILE [--messages N] [--mss BYTES] [--shuffle]
 
-Every program runs as a whole process with its output thrown away: `qorldp decode`, `qorldp decode
---json`, `tcpdump -nvr` and `tshark -V -r`. The rounds alternate between them. What counts is the
-best round; the ratio is that of another program's time per message to that of `qorldp decode`.
+Every program runs as a whole process with its output thrown away. The rounds alternate between
+them; one that takes longer than --once seconds runs in the first round only. Time is the median per
+message, memory the greatest peak. Both are divided by those of the others; below 1 qorldp takes
+less.
 
 The capture is one LDP session from the message types that pseudowires use: mostly Label Mappings,
 then withdrawals, releases, PW status notifications and MAC withdrawals. Without --mss each message
@@ -18,7 +19,9 @@ that do not start with a segment.
 import argparse
 import os
 import random
+import select
 import shutil
+import statistics
 import struct
 import subprocess
 import sys
@@ -103,8 +106,9 @@ def segments(source, mss):
 
 def frame(sequence, payload):
     tcp = struct.pack(">HHIIBBHHH", 646, 50000, sequence & 0xFFFFFFFF, 1, 0x50, 0x18, 65535, 0, 0)
+    addresses = b"\x0a\0\0\1\x0a\0\0\2"
     ip = struct.pack(
-        ">BBHHHBBH4s4s", 0x45, 0xC0, 40 + len(payload), 0, 0x4000, 64, 6, 0, b"\x0a\0\0\1", b"\x0a\0\0\2"
+        ">BBHHHBBH8s", 0x45, 0xC0, 40 + len(payload), 0, 0x4000, 64, 6, 0, addresses
     )
     total = sum(struct.unpack(">10H", ip))
     total = (total & 0xFFFF) + (total >> 16)
@@ -141,75 +145,94 @@ def write_capture(path, count, mss, shuffle=False):
             out.write(struct.pack("<IIII", *when) + packet)
 
 
-def start(command):
-    return subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+def peak_of(pid):
+    """Returns the peak KiB of a running process. What the system reports at its end includes the
+    process that it was forked from."""
+    with open(f"/proc/{pid}/status", encoding="utf-8") as status:
+        peaks = [int(line.split()[1]) for line in status if line.startswith("VmHWM:")]
+    return max(peaks, default=0)
 
 
-def seconds_of(command):
+def run(command):
+    """Returns seconds and peak KiB of a process."""
     begin = time.perf_counter()
-    status = start(command).wait()
-    seconds = time.perf_counter() - begin
-    if status != 0:
-        sys.exit(f"{' '.join(command)}: exit status {status}")
-    return seconds
-
-
-def peak_of(command):
-    """Returns the peak KiB of a run of its own. What the system reports at the end of a process
-    includes its parent, from which it was forked: the process is asked while it runs."""
-    child = start(command)
+    child = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    over = os.pidfd_open(child.pid)
     peak = 0
-    while child.poll() is None:
-        with open(f"/proc/{child.pid}/status") as status:
-            for line in status:
-                if line.startswith("VmHWM:"):
-                    peak = max(peak, int(line.split()[1]))
-        time.sleep(0.001)
-    return peak
+    while not select.select([over], [], [], 0.005)[0]:
+        peak = max(peak, peak_of(child.pid))
+    seconds = time.perf_counter() - begin
+    os.close(over)
+    if child.wait() != 0:
+        sys.exit(f"{' '.join(command)}: exit status {child.returncode}")
+    return seconds, peak
+
+
+def measure(programs, options):
+    """{name: (median seconds, greatest peak KiB)}"""
+    results = {name: [] for name in programs}
+    for _ in range(options.rounds):
+        for name, command in programs.items():
+            if not results[name] or results[name][0][0] < options.once:
+                results[name].append(run(command))
+    return {
+        name: (statistics.median(seconds), max(peaks))
+        for name, (seconds, peaks) in ((name, zip(*runs)) for name, runs in results.items())
+    }
+
+
+def report(count, results):
+    for own, (seconds, peak) in results.items():
+        if own.startswith("qorldp"):
+            for case, at, value in (
+                ("time", 0, f"{seconds / count * 1e9:7.1f} ns "),
+                ("peak memory", 1, f"{peak / 1024:7.1f} MiB"),
+            ):
+                ratios = ", ".join(
+                    f"{name} {results[own][at] / other[at]:.3g}"
+                    for name, other in results.items()
+                    if name != own
+                )
+                print(f"{f'{own}: {case}':32} {count:>9} {value}   {ratios}", flush=True)
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
+    parser = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawTextHelpFormatter
+    )
     parser.add_argument("qorldp", nargs="?", help="the program under test")
     parser.add_argument("--write", metavar="FILE", help="write the capture and stop")
-    parser.add_argument("--messages", type=int, default=100000)
+    parser.add_argument("--messages", type=int, nargs="+", default=[100000, 1000000])
     parser.add_argument("--mss", type=int, help="pack messages into PDUs, cut segments here")
     parser.add_argument("--shuffle", action="store_true", help="swap and repeat some segments")
-    parser.add_argument("--rounds", type=int, default=3)
-    parser.add_argument("--without", nargs="*", default=[], help="programs to leave out")
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--once", type=float, default=10, metavar="SECONDS")
+    parser.add_argument("--without", nargs="*", default=[], help="names of the table to leave out")
     options = parser.parse_args()
     if options.write:
-        write_capture(options.write, options.messages, options.mss, options.shuffle)
+        write_capture(options.write, options.messages[0], options.mss, options.shuffle)
         return
     if not options.qorldp:
         parser.error("which qorldp?")
 
+    print(f"{'case':32} {'n':>9} {'qorldp':>11}   ratio to")
     with tempfile.TemporaryDirectory() as folder:
         path = os.path.join(folder, "session.pcap")
-        write_capture(path, options.messages, options.mss, options.shuffle)
-        commands = {
-            "qorldp": [options.qorldp, "decode", path],
-            "qorldp --json": [options.qorldp, "decode", "--json", path],
-            "tcpdump": ["tcpdump", "-nvr", path],
-            "tshark": ["tshark", "-V", "-r", path],
+        programs = {
+            "qorldp decode": [options.qorldp, "decode", path],
+            "qorldp decode --json": [options.qorldp, "decode", "--json", path],
+            "tcpdump -nv": ["tcpdump", "-nvr", path],
+            "tshark -V": ["tshark", "-V", "-r", path],
+            "tshark -T json": ["tshark", "-T", "json", "-r", path],
         }
         chosen = {
             name: command
-            for name, command in commands.items()
+            for name, command in programs.items()
             if shutil.which(command[0]) and name not in options.without
         }
-        best = dict.fromkeys(chosen, float("inf"))
-        for _ in range(options.rounds):
-            for name, command in chosen.items():
-                best[name] = min(best[name], seconds_of(command))
-        peak = {name: peak_of(command) for name, command in chosen.items()}
-        size = os.path.getsize(path) / 1e6
-        print(f"{options.messages} messages, {size:.1f} MB, best of {options.rounds} rounds")
-        print(f"{'':16}{'us/message':>12}{'ratio':>8}{'peak MiB':>10}")
-        for name, seconds in best.items():
-            each = seconds / options.messages * 1e6
-            ratio = seconds / best["qorldp"]
-            print(f"{name:16}{each:12.3f}{ratio:8.1f}{peak[name] / 1024:10.1f}")
+        for count in options.messages:
+            write_capture(path, count, options.mss, options.shuffle)
+            report(count, measure(chosen, options))
 
 
 if __name__ == "__main__":

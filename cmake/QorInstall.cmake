@@ -24,9 +24,6 @@ foreach(name qor qor-host)
 endforeach()
 
 if(QOR_BUILD_TOOLS)
-  # The installed tool finds the libraries beside it, wherever the prefix is.
-  file(RELATIVE_PATH qor_bin_to_lib /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-  set_target_properties(qorldp PROPERTIES INSTALL_RPATH "\$ORIGIN/${qor_bin_to_lib}")
   install(TARGETS qorldp RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES ${PROJECT_SOURCE_DIR}/docs/qorldp.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()

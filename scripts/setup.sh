@@ -18,7 +18,6 @@ demo ninja-build        ninja
 demo pkg-config         pkg-config
 demo libpcap-dev        include/pcap/pcap.h
 demo libcli11-dev       include/CLI/CLI.hpp
-demo rapidjson-dev      include/rapidjson/writer.h
 test binutils           readelf
 test python3            python3
 test libgtest-dev       include/gtest/gtest.h

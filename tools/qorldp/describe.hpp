@@ -27,10 +27,10 @@ class Describer {
         if (message.fec != nullptr) {
             Fec(*message.fec);
         }
-        if (message.status) {
+        if (message.status != nullptr) {
             Status(*message.status);
         }
-        if (message.error) {
+        if (message.error != nullptr) {
             Error(*message.error);
         }
         if (message.record == nullptr) {
@@ -194,7 +194,7 @@ class Describer {
 
     void Notification(const Message &message) {
         // Of another status the PW status is no news; it is not known whether there was one.
-        if (message.status && message.status->code == QOR_LDP_STATUS_PW_STATUS) {
+        if (message.status != nullptr && message.status->code == QOR_LDP_STATUS_PW_STATUS) {
             PwStatus(message.record->ulStatus);
         }
     }

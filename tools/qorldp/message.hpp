@@ -1,7 +1,6 @@
 // What is told of a stream: messages, and what happened between them.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -51,8 +50,8 @@ struct Message {
     bool u_bit;
     uint32_t id;
     MessageClass message_class;
-    std::optional<DecodeError> error;
-    std::optional<StatusTlv> status;
+    const DecodeError *error = nullptr;            // when the codec refused it
+    const StatusTlv *status = nullptr;             // of a Notification
     const QOR_LDP_SIGNAL_MSG_S *record = nullptr;  // when the codec decoded the message
     const QOR_LDP_SIGNAL_MSG_S *fec = nullptr;     // when a pseudowire FEC element was decoded
 };

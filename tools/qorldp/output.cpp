@@ -29,37 +29,43 @@ void Output::Time(const Timestamp &time, char separator) {
         digits(17, static_cast<unsigned>(clock.seconds().count()), 2);
         date_sec_ = time.sec;
     }
-    date_[10] = separator;
-    Put({date_, sizeof date_});
-    char micro[7] = {'.'};
+    constexpr size_t kDate = sizeof date_;
+    constexpr size_t kMicro = 7;  // with the point
+    char *const at = Reserve(kDate + kMicro);
+    std::memcpy(at, date_, kDate);
+    at[10] = separator;
+    at[kDate] = '.';
     auto value = static_cast<unsigned>(time.usec);
-    for (size_t i = 6; i > 0; --i, value /= 10) {
-        micro[i] = static_cast<char>('0' + value % 10);
+    for (size_t i = kDate + kMicro - 1; i > kDate; --i, value /= 10) {
+        at[i] = static_cast<char>('0' + value % 10);
     }
-    Put({micro, sizeof micro});
+    end_ += kDate + kMicro;
 }
 
 void Output::Flush() {
     if (fd_ < 0) {
         return;
     }
-    size_t written = 0;
-    while (written < used_ && error_ == 0) {
-        const ssize_t n = write(fd_, buffer_.data() + written, used_ - written);
+    const char *at = buffer_.data();
+    while (at < end_ && error_ == 0) {
+        const ssize_t n = write(fd_, at, static_cast<size_t>(end_ - at));
         if (n >= 0) {
-            written += static_cast<size_t>(n);
+            at += n;
         } else if (errno != EINTR) {
             error_ = errno;
         }
     }
-    used_ = 0;
+    Clear();
 }
 
 void Output::MakeRoom(size_t octets) {
     Flush();
-    if (buffer_.size() - used_ < octets) {
-        buffer_.resize(std::max(buffer_.size() * 2, used_ + octets));
+    const size_t used = Used();
+    if (buffer_.size() - used < octets) {
+        buffer_.resize(std::max(buffer_.size() * 2, used + octets));
     }
+    end_ = buffer_.data() + used;
+    limit_ = buffer_.data() + buffer_.size();
 }
 
 }  // namespace qorldp

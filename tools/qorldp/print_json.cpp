@@ -1,34 +1,25 @@
 // Messages, events and statistics as JSON, one object per line. The keys are a promise:
 // docs/qorldp-json.md.
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include "describe.hpp"
 #include "printer.hpp"
 
 namespace qorldp {
 namespace {
 
+// The tool's own words, names and keys, stand as they are; Text() is for those of a peer.
 class JsonWriter {
   public:
-    explicit JsonWriter(Output &out) : out_(out), json_(line_) {}
+    explicit JsonWriter(Output &out) : out_(out) {}
 
     void BeginLine(std::string_view kind) {
-        line_.Clear();
-        json_.Reset(line_);
-        json_.StartObject();
+        Begin("{");
         Word({"kind", ""}, kind);
     }
 
-    void EndLine() {
-        json_.EndObject();
-        out_.Put({line_.GetString(), line_.GetSize()});
-        out_.Put('\n');
-    }
+    void EndLine() { out_.Put("}\n"); }
 
     void Number(const Field &field, uint64_t value, std::string_view name = {}) {
-        Key(field.key);
-        json_.Uint64(value);
+        Member(field, Decimal{value});
         if (!field.name_key.empty()) {
             Word({field.name_key, ""}, name);
         }
@@ -41,95 +32,79 @@ class JsonWriter {
 
     void Flags(const Field &field, uint32_t value, size_t /*digits*/,
                std::span<const FlagName> names, std::string_view /*none*/) {
-        Number({field.key, ""}, value);
-        Key(field.name_key);
-        json_.StartArray();
+        Member(field, Decimal{value});
+        OpenList({field.name_key, ""});
         for (const FlagName &flag : names) {
             if ((value & flag.bit) != 0) {
-                String(flag.name);
+                Item("\"", flag.name, "\"");
             }
         }
-        json_.EndArray();
+        CloseList();
     }
 
-    void Bool(const Field &field, bool value) {
-        Key(field.key);
-        json_.Bool(value);
-    }
-
-    void Word(const Field &field, std::string_view text) {
-        Key(field.key);
-        String(text);
-    }
+    void Bool(const Field &field, bool value) { Member(field, value ? "true" : "false"); }
+    void Word(const Field &field, std::string_view text) { Member(field, "\"", text, "\""); }
 
     // Octets of a peer need not be UTF-8: they are escaped as in text.
     void Text(const Field &field, std::string_view text) {
-        scratch_.Clear();
-        scratch_.Escaped(text);
-        Word(field, scratch_.Text());
+        Member(field, "\"", Escaped{text, true}, "\"");
     }
 
-    void Ip4(const Field &field, uint32_t ip) {
-        Key(field.key);
-        Ip4Item(ip);
-    }
-
-    void Octets(const Field &field, Bytes octets) {
-        scratch_.Clear();
-        scratch_.HexOctets(octets);
-        Word(field, scratch_.Text());
-    }
+    void Ip4(const Field &field, uint32_t ip) { Member(field, "\"", Dotted{ip}, "\""); }
+    void Octets(const Field &field, Bytes octets) { Member(field, "\"", HexOctets{octets}, "\""); }
 
     void Time(const Field &field, const Timestamp &time) {
-        scratch_.Clear();
-        scratch_.Time(time, 'T');
-        scratch_.Put('Z');
-        Word(field, scratch_.Text());
+        Member(field, "\"");
+        out_.Time(time, 'T');
+        out_.Put("Z\"");
     }
 
     void Open(const Field &field) {
-        Key(field.key);
-        json_.StartObject();
+        Member(field);
+        Begin("{");
     }
-    void Close() { json_.EndObject(); }
+    void Close() { End("}"); }
 
     void OpenList(const Field &field) {
-        Key(field.key);
-        json_.StartArray();
+        Member(field);
+        Begin("[");
     }
-    void CloseList() { json_.EndArray(); }
+    void CloseList() { End("]"); }
 
-    void OpenItem() { json_.StartObject(); }
-    void CloseItem() { json_.EndObject(); }
-
-    void Mac(Bytes octets) {
-        scratch_.Clear();
-        for (size_t i = 0; i < octets.size(); ++i) {
-            scratch_.Put(i == 0 ? "" : ":");
-            scratch_.Hex(octets[i], 2);
-        }
-        String(scratch_.Text());
+    void OpenItem() {
+        Item();
+        Begin("{");
     }
+    void CloseItem() { End("}"); }
 
-    void Ip4Item(uint32_t ip) {
-        scratch_.Clear();
-        scratch_.Ip4(ip);
-        String(scratch_.Text());
-    }
+    void Mac(Bytes octets) { Item("\"", HexOctets{octets, ":"}, "\""); }
+    void Ip4Item(uint32_t ip) { Item("\"", Dotted{ip}, "\""); }
 
   private:
-    void Key(std::string_view key) {
-        json_.Key(key.data(), static_cast<rapidjson::SizeType>(key.size()));
+    // value: its parts, or nothing when it follows.
+    template <class... Parts>
+    void Member(const Field &field, const Parts &...value) {
+        Item("\"", field.key, "\":", value...);
     }
 
-    void String(std::string_view text) {
-        json_.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+    template <class... Parts>
+    void Item(const Parts &...parts) {
+        out_.Put(first_ ? "" : ",", parts...);
+        first_ = false;
+    }
+
+    void Begin(std::string_view bracket) {
+        out_.Put(bracket);
+        first_ = true;
+    }
+
+    void End(std::string_view bracket) {
+        out_.Put(bracket);
+        first_ = false;
     }
 
     Output &out_;
-    rapidjson::StringBuffer line_;  // one object: RapidJSON is fastest with its own buffer
-    rapidjson::Writer<rapidjson::StringBuffer> json_;
-    Output scratch_{-1};
+    bool first_ = true;  // nothing stands before in this object or list
 };
 
 class JsonPrinter final : public Printer {
@@ -148,7 +123,7 @@ class JsonPrinter final : public Printer {
         w_.Number({"id", ""}, message.id);
         w_.Word({"class", ""}, ClassName(message.message_class));
         if (message.message_class != MessageClass::kForeign) {
-            w_.Number({"code", ""}, message.error ? message.error->code : QOR_OK);
+            w_.Number({"code", ""}, message.error != nullptr ? message.error->code : QOR_OK);
         }
         describer_.Describe(message);
         w_.EndLine();

@@ -5,7 +5,7 @@
 namespace qorldp {
 namespace {
 
-constexpr size_t kIndent = 4;
+constexpr std::string_view kIndent = "    ";
 constexpr size_t kLabelWidth = 16;
 
 class TextWriter {
@@ -13,73 +13,35 @@ class TextWriter {
     explicit TextWriter(Output &out) : out_(out) {}
 
     void Number(const Field &field, uint64_t value, std::string_view name = {}) {
-        Begin(field);
-        out_.Dec(value);
-        InBrackets(name);
-        End();
+        Named(field, name, Decimal{value});
     }
 
     void Hex(const Field &field, uint64_t value, size_t digits, std::string_view name = {}) {
-        Begin(field);
-        out_.Put("0x");
-        out_.Hex(value, digits);
-        InBrackets(name);
-        End();
+        Named(field, name, "0x", Hexadecimal{value, digits});
     }
 
     // none: what no bit set means.
     void Flags(const Field &field, uint32_t value, size_t digits, std::span<const FlagName> names,
                std::string_view none) {
-        Begin(field);
-        out_.Put("0x");
-        out_.Hex(value, digits);
-        out_.Put(" (");
+        Begin(field, "0x", Hexadecimal{value, digits}, " (");
         bool first = true;
         for (const FlagName &flag : names) {
             if ((value & flag.bit) != 0) {
-                out_.Put(first ? "" : "; ");
-                out_.Put(flag.name);
+                out_.Put(first ? "" : "; ", flag.name);
                 first = false;
             }
         }
-        if (value == 0) {
-            out_.Put(none);
-        } else if (first) {
-            out_.Put("unknown");
+        if (first) {
+            out_.Put(value == 0 ? none : "unknown");
         }
-        out_.Put(')');
-        End();
+        out_.Put(")", LineEnd());
     }
 
-    void Bool(const Field &field, bool value) {
-        Begin(field);
-        out_.Put(value ? "yes" : "no");
-        End();
-    }
-
-    void Word(const Field &field, std::string_view text) {
-        Begin(field);
-        out_.Put(text);
-        End();
-    }
-
-    void Text(const Field &field, std::string_view text) {
-        Begin(field);
-        out_.Escaped(text);
-        End();
-    }
-
-    void Ip4(const Field &field, uint32_t ip) {
-        Begin(field);
-        out_.Ip4(ip);
-        End();
-    }
-
-    void Octets(const Field &field, Bytes octets) {
-        Begin(field);
-        out_.HexOctets(octets);
-        End();
-    }
+    void Bool(const Field &field, bool value) { Value(field, value ? "yes" : "no"); }
+    void Word(const Field &field, std::string_view text) { Value(field, text); }
+    void Text(const Field &field, std::string_view text) { Value(field, Escaped{text}); }
+    void Ip4(const Field &field, uint32_t ip) { Value(field, Dotted{ip}); }
+    void Octets(const Field &field, Bytes octets) { Value(field, HexOctets{octets}); }
 
     void Open(const Field &field) {
         Begin(field);
@@ -90,7 +52,7 @@ class TextWriter {
     void Close() {
         --depth_;
         first_ = false;
-        End();
+        out_.Put(LineEnd());
     }
 
     void OpenList(const Field &field) { Open(field); }
@@ -107,44 +69,35 @@ class TextWriter {
         first_ = false;
     }
 
-    void Mac(Bytes octets) {
-        Begin({"", ""});
-        for (size_t i = 0; i < octets.size(); ++i) {
-            out_.Put(i == 0 ? "" : ":");
-            out_.Hex(octets[i], 2);
-        }
-    }
-
+    void Mac(Bytes octets) { Value({"", ""}, HexOctets{octets, ":"}); }
     void Ip4Item(uint32_t ip) { Ip4({"", ""}, ip); }
 
   private:
-    // A line of its own, or the next value in one.
-    void Begin(const Field &field) {
+    // Begins a line of its own, or the next value in one.
+    template <class... Parts>
+    void Begin(const Field &field, const Parts &...parts) {
         if (depth_ == 0) {
-            out_.Pad(kIndent);
-            out_.Put(field.label);
-            out_.Pad(kLabelWidth - field.label.size());
+            out_.Put(kIndent, Column{field.label, kLabelWidth}, parts...);
             return;
         }
-        out_.Put(first_ ? "" : ", ");
+        out_.Put(first_ ? "" : ", ", field.label, field.label.empty() ? "" : " ", parts...);
         first_ = false;
-        if (!field.label.empty()) {
-            out_.Put(field.label);
-            out_.Put(' ');
-        }
     }
 
-    void End() {
-        if (depth_ == 0) {
-            out_.Put('\n');
-        }
+    std::string_view LineEnd() const { return depth_ == 0 ? "\n" : ""; }
+
+    template <class... Parts>
+    void Value(const Field &field, const Parts &...parts) {
+        Begin(field, parts..., LineEnd());
     }
 
-    void InBrackets(std::string_view name) {
-        if (!name.empty()) {
-            out_.Put(" (");
-            out_.Put(name);
-            out_.Put(')');
+    // name: what the value means, in brackets behind it.
+    template <class... Parts>
+    void Named(const Field &field, std::string_view name, const Parts &...value) {
+        if (name.empty()) {
+            Value(field, value...);
+        } else {
+            Value(field, value..., " (", name, ")");
         }
     }
 
@@ -159,23 +112,20 @@ class TextPrinter final : public Printer {
 
     void Print(const Message &message) override {
         Place(message.origin);
-        if (const char *const name = MessageName(message.type)) {
+        const char *const name = MessageName(message.type);
+        if (name != nullptr) {
             out_.Put(name);
         } else {
-            out_.Put(Name(message.type));
+            out_.Put("message 0x", Hexadecimal{message.type, 4});
         }
-        out_.Put(", ID ");
-        out_.Dec(message.id);
-        out_.Put(", LSR ");
-        out_.Ip4(message.pdu.lsr_id);
-        out_.Put(':');
-        out_.Dec(message.pdu.label_space);
+        out_.Put(", ID ", Decimal{message.id}, ", LSR ", Dotted{message.pdu.lsr_id}, ":",
+                 Decimal{message.pdu.label_space});
         Position(message.origin);
         if (message.message_class == MessageClass::kForeign) {
             out_.Put(": not pseudowire signalling\n");
             return;
         }
-        out_.Put('\n');
+        out_.Put("\n");
         describer_.Describe(message);
     }
 
@@ -183,12 +133,11 @@ class TextPrinter final : public Printer {
         Place(event.origin);
         out_.Put(event.malformed ? "MALFORMED: " : "");
         if (event.octets != 0) {
-            out_.Dec(event.octets);
-            out_.Put(' ');
+            out_.Put(Decimal{event.octets}, " ");
         }
         out_.Put(FaultText(event.fault));
         Position(event.origin);
-        out_.Put('\n');
+        out_.Put("\n");
     }
 
     void Print(const Stats &stats) override {
@@ -197,41 +146,32 @@ class TextPrinter final : public Printer {
             Cells(Name(type), count);
         }
         Cells("all", stats.Total());
-        out_.Put('\n');
+        out_.Put("\n");
         for (const auto &[code, count] : stats.errors) {
             Row("code " + HexText(code, 8), std::to_string(count), "", ErrorName(code));
         }
         for (const StatsRow &row : kStatsRows) {
-            out_.Put(row.label);
-            out_.Pad(32 - row.label.size());
-            out_.Dec(stats.*row.count);
-            out_.Put('\n');
+            out_.Put(Column{row.label, 32}, Decimal{stats.*row.count}, "\n");
         }
     }
 
   private:
     void Place(const Origin &origin) {
         out_.Time(origin.time, ' ');
-        out_.Put(' ');
-        out_.Put(origin.peers.line);
-        out_.Put(' ');
+        out_.Put(" ", origin.peers.line, " ");
     }
 
     void Position(const Origin &origin) {
         if (origin.stream == 0) {
-            out_.Put(", UDP octet ");
+            out_.Put(", UDP octet ", Decimal{origin.offset});
         } else {
-            out_.Put(", stream ");
-            out_.Dec(origin.stream);
-            out_.Put(" octet ");
+            out_.Put(", stream ", Decimal{origin.stream}, " octet ", Decimal{origin.offset});
         }
-        out_.Dec(origin.offset);
     }
 
     static std::string HexText(uint64_t value, size_t digits) {
         Output text(-1);
-        text.Put("0x");
-        text.Hex(value, digits);
+        text.Put("0x", Hexadecimal{value, digits});
         return std::string(text.Text());
     }
 
@@ -246,13 +186,11 @@ class TextPrinter final : public Printer {
     }
 
     void Row(std::string_view name, std::string_view a, std::string_view b, std::string_view c) {
-        out_.Put(name);
-        out_.Pad(20 - name.size());
+        out_.Put(Column{name, 20});
         for (const std::string_view cell : {a, b, c}) {
-            out_.Pad(cell.size() < 11 ? 12 - cell.size() : 1);
-            out_.Put(cell);
+            out_.Put(Column{"", cell.size() < 11 ? 12 - cell.size() : 1}, cell);
         }
-        out_.Put('\n');
+        out_.Put("\n");
     }
 
     Output &out_;

@@ -189,8 +189,8 @@ void Session::Handle(const Origin &origin, const Pdu &pdu, Bytes octets) {
                             .u_bit = (type_word & 0x8000) != 0,
                             .id = id,
                             .message_class = MessageClass::kForeign,
-                            .error = std::nullopt,
-                            .status = scan.status};
+                            .status = scan.status ? &*scan.status : nullptr};
+    std::optional<DecodeError> error;
     const uint32_t peer = pdu.lsr_id;
     bool decoded = false;
     if (treatment == Treatment::kDecode) {
@@ -199,7 +199,8 @@ void Session::Handle(const Origin &origin, const Pdu &pdu, Bytes octets) {
         if (!decoded) {
             uint32_t fatal = 0;
             const uint32_t status = QOR_LDP_PKT_ErrCode2StatusCode(code, &fatal);
-            message.error = DecodeError{code, status, fatal != 0, codec_.Reason()};
+            error = DecodeError{code, status, fatal != 0, codec_.Reason()};
+            message.error = &*error;
             ++stats_.errors[code];
             ++count.malformed;
         } else {
@@ -211,7 +212,7 @@ void Session::Handle(const Origin &origin, const Pdu &pdu, Bytes octets) {
         message.fec = decoded && KeepsFec(codec_.Record()) ? message.record
                                                            : codec_.DecodeFec(scan.first_fec, peer);
     }
-    if (message.error) {
+    if (error) {
         message.message_class = MessageClass::kMalformed;
     } else if (treatment != Treatment::kForeign) {
         message.message_class = type == QOR_LDP_MSG_NOTIFICATION && !scan.pw_element
