@@ -11,6 +11,7 @@
 #include <memory>
 #include <numeric>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "qor.h"
@@ -48,5 +49,36 @@ class Ring {
   private:
     size_t n_, next_ = 0;
 };
+
+inline QOR_PKT_CTX_S *Codec() {
+    static const QOR_LOG_CFG_S log{0, kSid, nullptr, 0, 1, "B", "codec", 0, 1, 0, 0};
+    static const QOR_PKT_CTX_S cfg{
+        0, kSid, reinterpret_cast<uintptr_t>(QOR_LOG_Init(&log, &log)), 0, nullptr, {}};
+    static QOR_PKT_CTX_S *ctx = QOR_PKT_Init(&cfg);
+    return ctx;
+}
+
+// Octets from hexadecimal with blanks between them; Message() fills in the length too.
+inline std::vector<uint8_t> Octets(const std::string &text) {
+    std::vector<uint8_t> octets;
+    for (size_t at = 0; at < text.size(); at += text[at] == ' ' ? 1U : 2U)
+        if (text[at] != ' ')
+            octets.push_back(static_cast<uint8_t>(std::stoul(text.substr(at, 2), nullptr, 16)));
+    return octets;
+}
+
+inline std::vector<uint8_t> Message(const std::string &text) {
+    std::vector<uint8_t> octets = Octets(text);
+    octets[2] = static_cast<uint8_t>((octets.size() - 4) >> 8);
+    octets[3] = static_cast<uint8_t>(octets.size() - 4);
+    return octets;
+}
+
+inline QOR_LDP_SIGNAL_MSG_S Decoded(std::vector<uint8_t> &octets) {
+    QOR_LDP_SIGNAL_MSG_S rec{};
+    if (QOR_LDP_PKT_DecodeMsg(octets.data(), &rec, Codec()) != QOR_OK)
+        abort();
+    return rec;
+}
 
 }  // namespace qor::bench

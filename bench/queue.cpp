@@ -1,5 +1,7 @@
 // The timed key queue beside boost::multi_index: nodes by key, ordered by the same compare function
 // or hashed, and in the order of their time stamps.
+#include <malloc.h>
+
 #include <boost/multi_index/hashed_index.hpp>
 #include <boost/multi_index/mem_fun.hpp>
 #include <boost/multi_index/member.hpp>
@@ -110,9 +112,13 @@ void Rounds(benchmark::State &state, bool filled, Operation operation, Undo undo
     auto later = keys;
     std::shuffle(later.begin(), later.end(), std::mt19937(3));
     Queue queue;
-    if (filled)
+    if (filled) {
+        const size_t before = mallinfo2().uordblks;
         for (const Key &key : keys)
             queue.Add(key);
+        state.counters["octets"] =
+            static_cast<double>(mallinfo2().uordblks - before) / static_cast<double>(n);
+    }
     for (auto _ : state) {
         for (const Key &key : later)
             operation(queue, key);

@@ -1,5 +1,7 @@
 // The counted tree and the host's tree below it, beside Boost's intrusive tree, which is told how
 // to compare by function pointer as well, and std::map.
+#include <malloc.h>
+
 #include <boost/intrusive/avl_set.hpp>
 #include <map>
 
@@ -147,8 +149,12 @@ struct Filled {
         const auto places = Shuffled(n, 2);
         for (size_t i = 0; i < n; ++i)
             entries[places[i]].key = K::Make(order[i]);
+        const size_t before = mallinfo2().uordblks;
         for (auto &e : entries)
             tree.Insert(e);
+        // What an entry takes beside its key.
+        octets = static_cast<double>(mallinfo2().uordblks - before) / static_cast<double>(n) +
+                 static_cast<double>(sizeof entries[0] - sizeof entries[0].key);
     }
     static Filled &Get(const benchmark::State &state) {
         static std::map<size_t, Filled> all;
@@ -159,11 +165,13 @@ struct Filled {
     std::vector<uint32_t> order;
     std::vector<typename Tree<K>::Entry> entries;
     Tree<K> tree;
+    double octets;
 };
 
 template <template <class> class Tree, class K>
 void Find(benchmark::State &state) {
     auto &filled = Filled<Tree, K>::Get(state);
+    state.counters["octets"] = filled.octets;
     Ring ring(filled.order.size());
     for (auto _ : state) {
         const auto key = K::Make(filled.order[ring.Next()]);
@@ -184,7 +192,7 @@ void FindNext(benchmark::State &state) {
 // Timed are whole rounds that empty or fill the tree: to stop the clock costs more than one call.
 template <template <class> class Tree, class K>
 void Insert(benchmark::State &state) {
-    auto &[order, entries, tree] = Filled<Tree, K>::Get(state);
+    auto &[order, entries, tree, octets] = Filled<Tree, K>::Get(state);
     for (auto _ : state) {
         state.PauseTiming();
         for (auto &e : entries)
@@ -198,7 +206,7 @@ void Insert(benchmark::State &state) {
 
 template <template <class> class Tree, class K>
 void Delete(benchmark::State &state) {
-    auto &[order, entries, tree] = Filled<Tree, K>::Get(state);
+    auto &[order, entries, tree, octets] = Filled<Tree, K>::Get(state);
     for (auto _ : state) {
         for (auto &e : entries)
             tree.Delete(e);
