@@ -15,20 +15,9 @@ void *EntryOf(Node *node, const Info *info) {
     return node ? reinterpret_cast<char *>(node) - info->usNodeOffset : nullptr;
 }
 
-// What a search needs of Info, which the compiler would read again behind each compare.
-class Order {
-  public:
-    explicit Order(const Info *info)
-        : compare_(info->pfnCompare), toKey_(info->usKeyOffset - info->usNodeOffset) {}
-    const void *KeyOf(const Node *node) const {
-        return reinterpret_cast<const char *>(node) + toKey_;
-    }
-    int operator()(const void *key, const Node *node) const { return compare_(key, KeyOf(node)); }
-
-  private:
-    HOST_AVL_CMP_PF compare_;
-    ptrdiff_t toKey_;
-};
+const void *KeyOf(Node *node, const Info *info) {
+    return static_cast<const char *>(EntryOf(node, info)) + info->usKeyOffset;
+}
 
 int16_t HeightOf(const Node *node) {
     return static_cast<int16_t>(std::max(node->sLeftHeight, node->sRightHeight) + 1);
@@ -154,12 +143,11 @@ void Retrace(Tree *tree, Node *node) {
 
 void *HOST_AvlInsertOrFind(HOST_AVL_TREE_S *root, HOST_AVL_NODE_S *node,
                            const HOST_AVL_INFO_S *info) {
-    const Order compare(info);
-    const void *key = compare.KeyOf(node);
+    const void *key = KeyOf(node, info);
     Node *parent = nullptr;
     int order = 0;
     for (Node *at = root->pstRoot; at;) {
-        order = compare(key, at);
+        order = info->pfnCompare(key, KeyOf(at, info));
         if (order == 0) {
             return EntryOf(at, info);
         }
@@ -224,9 +212,8 @@ void HOST_AvlDelete(HOST_AVL_TREE_S *root, HOST_AVL_NODE_S *node) {
 }
 
 void *HOST_AvlFind(HOST_AVL_TREE_S *root, const void *key, const HOST_AVL_INFO_S *info) {
-    const Order compare(info);
     for (Node *at = root->pstRoot; at;) {
-        const int order = compare(key, at);
+        const int order = info->pfnCompare(key, KeyOf(at, info));
         if (order == 0) {
             return EntryOf(at, info);
         }
@@ -246,9 +233,8 @@ void *HOST_AvlNext(HOST_AVL_NODE_S *node, const HOST_AVL_INFO_S *info) {
 void *HOST_AvlFindOrFindNext(HOST_AVL_TREE_S *root, const void *key, uint32_t /*zero*/,
                              const HOST_AVL_INFO_S *info) {
     Node *candidate = nullptr;
-    const Order compare(info);
     for (Node *at = root->pstRoot; at;) {
-        const int order = compare(key, at);
+        const int order = info->pfnCompare(key, KeyOf(at, info));
         if (order == 0) {
             return EntryOf(at, info);
         }
