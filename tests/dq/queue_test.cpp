@@ -146,6 +146,7 @@ TEST_F(QueueTest, Scripts) {
                 {"p1 a1 a2 p a1", "!f!fx|1,2~"},
                 {"p1 a1 p a2", "!f|1,2"},
                 {"a1 p2 a2 a2", "!f|1,2"},
+                {"a1 p2 a1 a2", "x|1,2"},
                 // ages; the clock may wrap and may go back
                 {"@ a1 @59 t", "|1"},
                 {"@ a1 @60 a1 t", "xt1d1||1"},
