@@ -74,14 +74,16 @@ class BoostTree {
         explicit Entry(const typename K::Key &k) : key(k) {}
         typename K::Key key;
     };
+    // Else the compiler would know the function and inline it.
+    BoostTree() { benchmark::DoNotOptimize(&less_); }
     void Insert(Entry &e) { set_.insert(e); }
     void Delete(Entry &e) { set_.erase(set_.iterator_to(e)); }
     const void *Find(const typename K::Key &key) {
-        const auto at = set_.find(key, Less{K::kCompare});
+        const auto at = set_.find(key, less_);
         return at == set_.end() ? nullptr : &*at;
     }
     const void *FindNext(const typename K::Key &key) {
-        const auto at = set_.lower_bound(key, Less{K::kCompare});
+        const auto at = set_.lower_bound(key, less_);
         return at == set_.end() ? nullptr : &*at;
     }
     size_t Walk() {
@@ -105,7 +107,8 @@ class BoostTree {
             return compare(&a.key, &b) < 0;
         }
     };
-    bi::avl_set<Entry, bi::compare<Less>> set_;
+    Less less_;
+    bi::avl_set<Entry, bi::compare<Less>> set_{less_};
 };
 
 template <class K>

@@ -9,6 +9,6 @@ cd "$root"
 rm -rf build/doxygen
 mkdir -p build
 run_logged doxygen doxygen docs/Doxyfile
-# README.md refers to files in these.
-cp -r examples include build/doxygen/html/
+# README.md and docs/performance.md refer to files in these.
+cp -r examples include docs/img build/doxygen/html/
 python3 scripts/library-check.py reference build/doxygen/xml include/*.h

@@ -39,6 +39,8 @@ bench libbenchmark-dev  include/benchmark/benchmark.h
 bench libboost-dev      include/boost/intrusive/avl_set.hpp
 bench libevent-dev      include/event2/event.h
 bench libspdlog-dev     include/spdlog/spdlog.h
+bench tcpdump           tcpdump
+bench tshark            tshark
 '
 
 # is_there PROBE

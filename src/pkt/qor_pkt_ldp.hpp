@@ -177,8 +177,18 @@ struct FecPolicy {
 };
 
 // Begins a message; EndMessage fills in its length and returns its octets.
-wire::Writer BeginMessage(uint8_t *buf, uint32_t type, const QOR_LDP_SIGNAL_MSG_S *rec);
-uint32_t EndMessage(uint8_t *buf, const wire::Writer &out);
+inline wire::Writer BeginMessage(uint8_t *buf, uint32_t type, const QOR_LDP_SIGNAL_MSG_S *rec) {
+    wire::Writer out(buf);
+    out.U16(static_cast<uint16_t>(type & kMsgTypeMask));
+    out.U16(0);
+    out.U32(rec->ulBodyMsgId);
+    return out;
+}
+
+inline uint32_t EndMessage(uint8_t *buf, const wire::Writer &out) {
+    wire::Put16(buf + 2, static_cast<uint16_t>(out.Written() - kLengthOffset));
+    return out.Written();
+}
 
 inline void PutTlvHeader(wire::Writer &out, uint32_t typeWord, uint32_t length) {
     out.U16(static_cast<uint16_t>(typeWord));

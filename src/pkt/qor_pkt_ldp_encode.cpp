@@ -46,19 +46,6 @@ uint32_t EncodePwId(uint8_t *out, const QOR_LDP_SIGNAL_MSG_S *rec, const QOR_PKT
 
 namespace qor::pkt {
 
-wire::Writer BeginMessage(uint8_t *buf, uint32_t type, const QOR_LDP_SIGNAL_MSG_S *rec) {
-    wire::Writer out(buf);
-    out.U16(static_cast<uint16_t>(type & kMsgTypeMask));
-    out.U16(0);
-    out.U32(rec->ulBodyMsgId);
-    return out;
-}
-
-uint32_t EndMessage(uint8_t *buf, const wire::Writer &out) {
-    wire::Put16(buf + 2, static_cast<uint16_t>(out.Written() - kLengthOffset));
-    return out.Written();
-}
-
 void PutGroupIdTlv(wire::Writer &out, uint32_t groupId) {
     PutWordTlv(out, kTlvGroupId, groupId);
 }
