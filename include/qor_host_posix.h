@@ -77,14 +77,16 @@ QOR_EXPORT uint64_t HOST_POSIX_TimerOwnerCreate(HOST_POSIX_TIMER_PF expire, void
  * from the owner's callback. */
 QOR_EXPORT void HOST_POSIX_TimerOwnerDestroy(uint64_t owner);
 
-/** Returns a descriptor for poll() and the like, readable when a timer may be
- * due; after a cancellation it can be readable once without one. It belongs to
- * the owner; do not read or close it. */
+/** Returns a descriptor for poll() and the like, readable when HOST_POSIX_TimerRun
+ * is to be called. A timer may be due then, but need not: one may have been
+ * cancelled, and far ones are sorted on the way. It belongs to the owner; do not
+ * read or close it. */
 QOR_EXPORT int HOST_POSIX_TimerFd(uint64_t owner);
 
 /** Fires what is due, earliest first, and returns how many expiries there were.
  * Timers fire from here only, in the thread that calls. They keep to
- * CLOCK_MONOTONIC: setting the system's date does not move them.
+ * CLOCK_MONOTONIC in milliseconds, rounded up: setting the system's date does not
+ * move them.
  *
  * A timer that a callback arms fires at the next run at the earliest. A
  * periodic timer keeps its phase however late a run is; periods that were

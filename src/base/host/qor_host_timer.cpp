@@ -15,21 +15,28 @@ namespace {
 using qor::host::kNsPerSecond;
 using qor::host::TimerQueue;
 
+constexpr uint64_t kTicksPerSecond = 1000;
+constexpr uint64_t kNsPerTick = kNsPerSecond / kTicksPerSecond;
+
 struct Owner {
     TimerQueue queue;
     int fd;
-    uint64_t wakeAt;  // what fd is set to
+    uint64_t wakeAt;  // the tick that fd is set to
 };
 
 Owner *FromHandle(uint64_t owner) {
     return reinterpret_cast<Owner *>(static_cast<uintptr_t>(owner));
 }
 
+uint64_t Now() {
+    return qor::host::MonotonicNs() / kNsPerTick;
+}
+
 void SetWake(Owner *owner, uint64_t at) {
     itimerspec spec{};  // all zero disarms
     if (at != TimerQueue::kNever) {
-        spec.it_value.tv_sec = static_cast<time_t>(at / kNsPerSecond);
-        spec.it_value.tv_nsec = static_cast<long>(at % kNsPerSecond);
+        spec.it_value.tv_sec = static_cast<time_t>(at / kTicksPerSecond);
+        spec.it_value.tv_nsec = static_cast<long>(at % kTicksPerSecond * kNsPerTick);
     }
     timerfd_settime(owner->fd, TFD_TIMER_ABSTIME, &spec, nullptr);
     owner->wakeAt = at;
@@ -40,13 +47,15 @@ uint64_t Arm(uint64_t handle, uint64_t seconds, bool periodic, uint32_t type, ui
     if (!owner) {
         return 0;
     }
-    const uint64_t delay = seconds * kNsPerSecond;
-    const uint64_t timer =
-        owner->queue.Arm(qor::host::MonotonicNs(), delay, periodic ? delay : 0, type, param);
+    const uint64_t delay = seconds * kTicksPerSecond;
+    const uint64_t now = Now();
+    // The tick has begun already, so an interval ends in the one after.
+    const uint64_t deadline = delay == 0 ? now : now + delay + 1;
+    const uint64_t timer = owner->queue.Arm(now, deadline, periodic ? delay : 0, type, param);
     // Waking too early is harmless, so a cancellation leaves the descriptor alone; and a run sets
     // it once at its end.
-    if (owner->queue.NextDeadline() < owner->wakeAt && !owner->queue.IsRunning()) {
-        SetWake(owner, owner->queue.NextDeadline());
+    if (deadline < owner->wakeAt && !owner->queue.IsRunning()) {
+        SetWake(owner, deadline);
     }
     return timer;
 }
@@ -98,9 +107,9 @@ uint32_t HOST_POSIX_TimerRun(uint64_t handle) {
     if (owner->queue.IsRunning()) {
         return 0;
     }
-    const uint32_t fired = owner->queue.Run(qor::host::MonotonicNs());
+    const uint32_t fired = owner->queue.Run(Now());
     // Setting the descriptor also makes it unreadable until then.
-    SetWake(owner, owner->queue.NextDeadline());
+    SetWake(owner, owner->queue.NextRun());
     return fired;
 }
 

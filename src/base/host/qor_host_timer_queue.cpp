@@ -1,6 +1,7 @@
 #include "base/host/qor_host_timer_queue.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 
 namespace qor::host {
@@ -14,133 +15,162 @@ constexpr uint64_t HandleOf(uint32_t index, uint32_t generation) {
     return static_cast<uint64_t>(generation) << 32 | (index + 1);
 }
 
-template <class T>
-bool Resize(T *&table, uint32_t capacity) {
-    void *grown = realloc(table, capacity * sizeof(T));
-    if (grown) {
-        table = static_cast<T *>(grown);
-    }
-    return grown != nullptr;
-}
-
 }  // namespace
 
 TimerQueue::~TimerQueue() {
     free(slots_);
-    free(heap_);
 }
 
 // Makes sure that a slot is free.
 bool TimerQueue::Reserve() {
-    if (free_ != kNoSlot) {
+    if (free_ != kNone) {
         return true;
     }
     const uint32_t grown = capacity_ == 0 ? kFirstCapacity : capacity_ * 2;
-    if (grown > kMaxCapacity || !Resize(slots_, grown) || !Resize(heap_, grown)) {
+    void *table = grown > kMaxCapacity ? nullptr : realloc(slots_, grown * sizeof(Slot));
+    if (!table) {
         return false;
     }
+    slots_ = static_cast<Slot *>(table);
     for (uint32_t i = grown; i-- > capacity_;) {
         slots_[i] = Slot{};
-        slots_[i].place = free_;
+        slots_[i].bucket = kNone;
+        slots_[i].next = free_;
         free_ = i;
     }
     capacity_ = grown;
     return true;
 }
 
-void TimerQueue::Put(uint32_t place, Entry entry) {
-    heap_[place] = entry;
-    slots_[entry.slot].place = place;
+// Appends a timer to the bucket of its deadline.
+void TimerQueue::Link(uint32_t index) {
+    Slot &slot = slots_[index];
+    const uint64_t at = std::max(slot.deadline, elapsed_);
+    const auto level = static_cast<uint32_t>(std::bit_width((at ^ elapsed_) | 1) - 1) / kDigitBits;
+    const auto digit = static_cast<uint32_t>(at >> (level * kDigitBits)) % kDigits;
+    Bucket &bucket = buckets_[level * kDigits + digit];
+    slot.bucket = level * kDigits + digit;
+    slot.previous = bucket.last;
+    slot.next = kNone;
+    (bucket.last == kNone ? bucket.first : slots_[bucket.last].next) = index;
+    bucket.last = index;
+    occupied_[level] |= UINT64_C(1) << digit;
 }
 
-// Puts entry where it belongs; place is free, and the rest of the heap is in order.
-void TimerQueue::Sift(uint32_t place, Entry entry) {
-    while (place > 0) {
-        const uint32_t parent = (place - 1) / 2;
-        if (heap_[parent].deadline <= entry.deadline) {
-            break;
-        }
-        Put(place, heap_[parent]);
-        place = parent;
-    }
-    while (place < count_ / 2) {
-        uint32_t child = 2 * place + 1;
-        if (child + 1 < count_ && heap_[child + 1].deadline < heap_[child].deadline) {
-            child++;
-        }
-        if (entry.deadline <= heap_[child].deadline) {
-            break;
-        }
-        Put(place, heap_[child]);
-        place = child;
-    }
-    Put(place, entry);
-}
-
-void TimerQueue::Remove(uint32_t place) {
-    count_--;
-    if (place != count_) {
-        Sift(place, heap_[count_]);
+void TimerQueue::Unlink(uint32_t index) {
+    const Slot &slot = slots_[index];
+    Bucket &bucket = buckets_[slot.bucket];
+    (slot.previous == kNone ? bucket.first : slots_[slot.previous].next) = slot.next;
+    (slot.next == kNone ? bucket.last : slots_[slot.next].previous) = slot.previous;
+    if (bucket.first == kNone) {
+        occupied_[slot.bucket / kDigits] &= ~(UINT64_C(1) << (slot.bucket % kDigits));
     }
 }
 
 void TimerQueue::ReleaseSlot(uint32_t index) {
     Slot &slot = slots_[index];
-    slot.armed = false;
     slot.generation++;
-    slot.place = free_;
+    slot.bucket = kNone;
+    slot.next = free_;
     free_ = index;
+    count_--;
 }
 
-uint64_t TimerQueue::Arm(uint64_t now, uint64_t delay, uint64_t period, uint32_t type,
+uint64_t TimerQueue::Arm(uint64_t now, uint64_t deadline, uint64_t period, uint32_t type,
                          uint64_t param) {
     if (!Reserve()) {
         return 0;
     }
+    if (count_ == 0) {
+        elapsed_ = now;  // nobody ran an empty queue
+    }
     const uint32_t index = free_;
     Slot &slot = slots_[index];
-    free_ = slot.place;
+    free_ = slot.next;
+    count_++;
     slot.param = param;
     slot.period = period;
     slot.type = type;
-    slot.armed = true;
-    uint64_t deadline = now + delay;
-    if (running_) {
-        // Otherwise a callback that arms a timer of no delay would keep the run from ending.
-        deadline = std::max(deadline, runAt_ + 1);
-    }
-    Sift(count_++, Entry{deadline, index});
+    // Otherwise a callback that arms a timer of no delay would keep the run from ending.
+    slot.deadline = running_ ? std::max(deadline, runAt_ + 1) : deadline;
+    Link(index);
     return HandleOf(index, slot.generation);
 }
 
 bool TimerQueue::Cancel(uint64_t handle) {
     const uint32_t index = static_cast<uint32_t>(handle) - 1;
-    if (index >= capacity_ || !slots_[index].armed ||
+    if (index >= capacity_ || slots_[index].bucket == kNone ||
         HandleOf(index, slots_[index].generation) != handle) {
         return false;
     }
-    Remove(slots_[index].place);
+    Unlink(index);
     ReleaseSlot(index);
     return true;
+}
+
+// The occupied bucket that comes first; kNone without a timer.
+uint32_t TimerQueue::FirstBucket() const {
+    for (uint32_t level = 0; level < kLevels; level++) {
+        if (occupied_[level] != 0) {
+            return level * kDigits + static_cast<uint32_t>(std::countr_zero(occupied_[level]));
+        }
+    }
+    return kNone;
+}
+
+// The first tick of a bucket.
+uint64_t TimerQueue::StartOf(uint32_t bucket) const {
+    const uint32_t shift = bucket / kDigits * kDigitBits;
+    const uint64_t above = elapsed_ >> shift >> kDigitBits << kDigitBits;
+    return (above | bucket % kDigits) << shift;
+}
+
+uint64_t TimerQueue::NextRun() const {
+    const uint32_t bucket = FirstBucket();
+    if (bucket == kNone) {
+        return kNever;
+    }
+    // A timer alone in its bucket need not be moved before its time.
+    const Bucket &timers = buckets_[bucket];
+    return timers.first == timers.last ? slots_[timers.first].deadline : StartOf(bucket);
+}
+
+void TimerQueue::Fire(uint32_t index, uint64_t now) {
+    Unlink(index);
+    Slot &slot = slots_[index];
+    const uint32_t type = slot.type;  // the callback may arm, and so move the slots
+    const uint64_t param = slot.param;
+    if (slot.period != 0) {
+        slot.deadline += ((now - slot.deadline) / slot.period + 1) * slot.period;
+        Link(index);
+    } else {
+        ReleaseSlot(index);
+    }
+    expire_(user_, type, param);
 }
 
 uint32_t TimerQueue::Run(uint64_t now) {
     running_ = true;
     runAt_ = now;
     uint32_t fired = 0;
-    while (NextDeadline() <= now) {
-        const Entry due = heap_[0];
-        const Slot &slot = slots_[due.slot];  // not to be used after the callback, which may arm
-        if (slot.period != 0) {
-            const uint64_t periods = (now - due.deadline) / slot.period + 1;
-            Sift(0, Entry{due.deadline + periods * slot.period, due.slot});
-        } else {
-            Remove(0);
-            ReleaseSlot(due.slot);
+    for (uint32_t bucket; (bucket = FirstBucket()) != kNone && StartOf(bucket) <= now;) {
+        elapsed_ = StartOf(bucket);
+        if (bucket < kDigits) {
+            Fire(buckets_[bucket].first, now);
+            fired++;
+            continue;
         }
-        expire_(user_, slot.type, slot.param);
-        fired++;
+        // Its timers go to the levels below.
+        uint32_t index = buckets_[bucket].first;
+        buckets_[bucket] = {};
+        occupied_[bucket / kDigits] &= ~(UINT64_C(1) << (bucket % kDigits));
+        while (index != kNone) {
+            const uint32_t next = slots_[index].next;
+            Link(index);
+            index = next;
+        }
     }
+    elapsed_ = std::max(elapsed_, now);
     running_ = false;
     return fired;
 }

@@ -1,5 +1,6 @@
-// The timers of one owner: a heap ordered by deadline over a table of slots. Arming and cancelling
-// cost O(log n). Times are nanoseconds of a clock that the caller reads.
+// The timers of one owner: a hierarchical timing wheel over a table of slots, after Varghese and
+// Lauck. Arming and cancelling cost O(1); a timer is moved once per level at most until it expires.
+// Times are ticks of a clock that the caller reads, below 2^48.
 #pragma once
 
 #include <cstdint>
@@ -18,53 +19,68 @@ class TimerQueue {
     TimerQueue(const TimerQueue &) = delete;
     TimerQueue &operator=(const TimerQueue &) = delete;
 
-    // Arms a timer that expires after delay, then every period unless that is 0. Returns its
+    // Arms a timer that expires at deadline, then every period unless that is 0. Returns its
     // handle, 0 without memory.
-    uint64_t Arm(uint64_t now, uint64_t delay, uint64_t period, uint32_t type, uint64_t param);
+    uint64_t Arm(uint64_t now, uint64_t deadline, uint64_t period, uint32_t type, uint64_t param);
 
     // False when handle names no armed timer.
     bool Cancel(uint64_t handle);
 
-    // Fires what is due at now, except what is armed meanwhile; returns the number of expiries.
+    // Fires what is due at now, earliest first, except what is armed meanwhile; returns the number
+    // of expiries.
     uint32_t Run(uint64_t now);
 
-    // When the earliest timer expires, kNever without one.
-    uint64_t NextDeadline() const { return count_ == 0 ? kNever : heap_[0].deadline; }
+    // When Run is to be called next: when the earliest timer expires, or before that if timers are
+    // to be moved. kNever without a timer.
+    uint64_t NextRun() const;
 
     uint32_t Count() const { return count_; }
     bool IsRunning() const { return running_; }
 
   private:
+    static constexpr uint32_t kNone = UINT32_MAX;
+
     struct Slot {
         uint64_t param;
+        uint64_t deadline;
         uint64_t period;
         uint32_t type;
         uint32_t generation;  // how often the slot was released; makes old handles invalid
-        uint32_t place;       // in the heap, or the next free slot
-        bool armed;
+        uint32_t next;        // of the bucket, or of the free slots
+        uint32_t previous;    // of the bucket
+        uint32_t bucket;      // kNone while the slot is free
     };
-    struct Entry {
-        uint64_t deadline;
-        uint32_t slot;
+    struct Bucket {
+        uint32_t first = kNone;
+        uint32_t last = kNone;
     };
 
     bool Reserve();
-    void Put(uint32_t place, Entry entry);
-    void Sift(uint32_t place, Entry entry);
-    void Remove(uint32_t place);
+    void Link(uint32_t index);
+    void Unlink(uint32_t index);
     void ReleaseSlot(uint32_t index);
+    void Fire(uint32_t index, uint64_t now);
+    uint32_t FirstBucket() const;
+    uint64_t StartOf(uint32_t bucket) const;
+
+    // A timer's bucket is of the level of the highest digit in which its deadline differs from
+    // elapsed_, and is that digit of the deadline. So all of a level's deadlines come before those
+    // of the next level, and the bucket that elapsed_ stands in is empty but at level 0.
+    static constexpr uint32_t kDigitBits = 6;
+    static constexpr uint32_t kDigits = 1 << kDigitBits;  // one bit each of an occupied_
+    static constexpr uint32_t kLevels = 8;
 
     HOST_POSIX_TIMER_PF expire_;
     void *user_;
     Slot *slots_ = nullptr;
-    Entry *heap_ = nullptr;
-    uint32_t capacity_ = 0;  // of both tables
-    uint32_t count_ = 0;     // entries of the heap
-    uint32_t free_ = kNoSlot;
-    uint64_t runAt_ = 0;
+    uint32_t capacity_ = 0;
+    uint32_t count_ = 0;  // armed timers
+    uint32_t free_ = kNone;
     bool running_ = false;
-
-    static constexpr uint32_t kNoSlot = UINT32_MAX;
+    uint64_t runAt_ = 0;
+    uint64_t elapsed_ = 0;  // nothing is due before
+    uint64_t occupied_[kLevels] = {};
+    Bucket buckets_[kLevels * kDigits];
 };
 
 }  // namespace qor::host
