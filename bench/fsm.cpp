@@ -12,7 +12,8 @@ enum : uint32_t { kDown, kSent, kUp, kStates };
 
 uint64_t handled;
 
-uint32_t Handle(uint64_t, uint64_t data, uint64_t) {
+// Real handlers are too long to be inlined, and may fail.
+__attribute__((noipa)) uint32_t Handle(uint64_t, uint64_t data, uint64_t) {
     handled += data;
     benchmark::DoNotOptimize(handled);
     return 0;
@@ -49,7 +50,7 @@ QOR_FSM_INST_S Machine(const QOR_FSM_DESC_S &desc, const QOR_FSM_FALLBACK_S *fal
 }
 
 // The same work without a table.
-__attribute__((noinline)) uint32_t ByHand(QOR_FSM_INST_S *inst, uint32_t event, bool moving,
+__attribute__((noipa)) uint32_t ByHand(QOR_FSM_INST_S *inst, uint32_t event, bool moving,
                                           uint64_t param, uint64_t data) {
     if (event != 0)
         return 1;
@@ -96,8 +97,7 @@ void Engine(benchmark::State &state, const QOR_FSM_DESC_S &desc) {
 
 void Switch(benchmark::State &state, const QOR_FSM_DESC_S &desc) {
     QOR_FSM_INST_S inst = Machine(desc, nullptr);
-    bool moving = &desc == &kMover;
-    benchmark::DoNotOptimize(moving);
+    const bool moving = &desc == &kMover;
     for (auto _ : state)
         benchmark::DoNotOptimize(ByHand(&inst, 0, moving, 1, 2));
 }

@@ -2,6 +2,7 @@
 // to compare by function pointer as well, and std::map.
 #include <malloc.h>
 
+#include <bit>
 #include <boost/intrusive/avl_set.hpp>
 #include <map>
 
@@ -148,6 +149,10 @@ class StdTree {
 // once: a million of them take longer to make than to measure.
 template <template <class> class Tree, class K>
 struct Filled {
+    // Else the place of the array would decide how many entries are split between two lines of the
+    // cache.
+    struct alignas(std::bit_ceil(sizeof(typename Tree<K>::Entry))) Place : Tree<K>::Entry {};
+
     explicit Filled(size_t n) : order(Shuffled(n)), entries(n) {
         const auto places = Shuffled(n, 2);
         for (size_t i = 0; i < n; ++i)
@@ -157,7 +162,7 @@ struct Filled {
             tree.Insert(e);
         // What an entry takes beside its key.
         octets = static_cast<double>(mallinfo2().uordblks - before) / static_cast<double>(n) +
-                 static_cast<double>(sizeof entries[0] - sizeof entries[0].key);
+                 static_cast<double>(sizeof(typename Tree<K>::Entry) - sizeof(typename K::Key));
     }
     static Filled &Get(const benchmark::State &state) {
         static std::map<size_t, Filled> all;
@@ -166,7 +171,7 @@ struct Filled {
     }
 
     std::vector<uint32_t> order;
-    std::vector<typename Tree<K>::Entry> entries;
+    std::vector<Place> entries;
     Tree<K> tree;
     double octets;
 };

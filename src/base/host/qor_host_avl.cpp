@@ -108,7 +108,8 @@ Node *Balance(Tree *tree, Node *node) {
 }
 
 // Restores balance and heights from node, whose own heights are right, up to where nothing changes.
-void Retrace(Tree *tree, Node *node) {
+// Node was of height was: what its parent holds it for.
+void Retrace(Tree *tree, Node *node, int was) {
     int16_t left = node->sLeftHeight;
     int16_t right = node->sRightHeight;
     for (;;) {
@@ -118,21 +119,16 @@ void Retrace(Tree *tree, Node *node) {
             height = HeightOf(node);
         }
         Node *parent = node->pstParent;
-        if (!parent) {
+        if (height == was || !parent) {
             return;
         }
         // The heights go on in registers: read back from the node they would wait for the store.
         left = parent->sLeftHeight;
         right = parent->sRightHeight;
+        was = std::max(left, right) + 1;
         if (parent->pstLeft == node) {
-            if (left == height) {
-                return;
-            }
             parent->sLeftHeight = left = static_cast<int16_t>(height);
         } else {
-            if (right == height) {
-                return;
-            }
             parent->sRightHeight = right = static_cast<int16_t>(height);
         }
         node = parent;
@@ -160,6 +156,7 @@ void *HOST_AvlInsertOrFind(HOST_AVL_TREE_S *root, HOST_AVL_NODE_S *node,
         *root = Tree{node, node, node};
         return nullptr;
     }
+    const int was = HeightOf(parent);
     if (order < 0) {
         LinkLeft(parent, node, 1);
         if (root->pstFirst == parent) {
@@ -171,7 +168,7 @@ void *HOST_AvlInsertOrFind(HOST_AVL_TREE_S *root, HOST_AVL_NODE_S *node,
             root->pstLast = node;
         }
     }
-    Retrace(root, parent);
+    Retrace(root, parent, was);
     return nullptr;
 }
 
@@ -188,11 +185,14 @@ void HOST_AvlDelete(HOST_AVL_TREE_S *root, HOST_AVL_NODE_S *node) {
     }
 
     Node *changed = node->pstParent;  // the lowest node that lost a level on one side
+    int was = 0;                      // its height
     if (node->pstLeft && node->pstRight) {
         Node *heir = Leftmost(node->pstRight);
         changed = heir;
+        was = HeightOf(node);
         if (heir != node->pstRight) {
             changed = heir->pstParent;
+            was = HeightOf(changed);
             LinkLeft(changed, heir->pstRight, heir->sRightHeight);
             LinkRight(heir, node->pstRight, node->sRightHeight);
         }
@@ -201,12 +201,13 @@ void HOST_AvlDelete(HOST_AVL_TREE_S *root, HOST_AVL_NODE_S *node) {
     } else {
         const int16_t height = std::max(node->sLeftHeight, node->sRightHeight);
         if (changed) {
+            was = HeightOf(changed);
             (changed->pstLeft == node ? changed->sLeftHeight : changed->sRightHeight) = height;
         }
         Replace(root, node, node->pstLeft ? node->pstLeft : node->pstRight);
     }
     if (changed) {
-        Retrace(root, changed);
+        Retrace(root, changed, was);
     }
     *node = Node{nullptr, nullptr, nullptr, -1, -1};
 }
