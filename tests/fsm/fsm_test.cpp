@@ -144,6 +144,7 @@ TEST_F(FsmTest, Calls) {
     check(deny(arm), "80040004: 4 1 6 stale", "Failed to create fall back timer 1 leaving state 4");
     check(arm, "0: 4 1 6 [5 21 3] qor_fsm");
     check([&] { return inst.pstFallBackTbl = nullptr, arm(); }, "0: 4 1 6 qor_fsm");
+    check([&] { return inst.pstFallBackTbl = nullptr, go(); }, "0: 1 1 0 in 1", "", 1, 0);
     check(noLib(arm), "80000001: 4 1 6 stale qor_fsm");
     check(noLib(stop), "80000001: 4 1 6 stale qor_fsm");
     check(noLib(go), "80000001: 4 1 6 stale qor_fsm");

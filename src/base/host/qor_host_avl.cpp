@@ -89,22 +89,19 @@ Node *RotateRight(Tree *tree, Node *node) {
     return top;
 }
 
-// Brings the two sides of node within one level of each other; returns the top of the subtree.
+// Brings the two sides of node, two levels apart, within one of each other; returns the top of the
+// subtree.
 Node *Balance(Tree *tree, Node *node) {
-    const int lean = node->sLeftHeight - node->sRightHeight;
-    if (lean > 1) {
+    if (node->sLeftHeight > node->sRightHeight) {
         if (node->pstLeft->sRightHeight > node->pstLeft->sLeftHeight) {
             RotateLeft(tree, node->pstLeft);
         }
         return RotateRight(tree, node);
     }
-    if (lean < -1) {
-        if (node->pstRight->sLeftHeight > node->pstRight->sRightHeight) {
-            RotateRight(tree, node->pstRight);
-        }
-        return RotateLeft(tree, node);
+    if (node->pstRight->sLeftHeight > node->pstRight->sRightHeight) {
+        RotateRight(tree, node->pstRight);
     }
-    return node;
+    return RotateLeft(tree, node);
 }
 
 // Restores balance and heights from node, whose own heights are right, up to where nothing changes.
