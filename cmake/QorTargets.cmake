@@ -32,6 +32,9 @@ target_compile_options(qor_library_flags INTERFACE
 # Calls from one public operation to another are the library's own affair: they need no detour over
 # the symbol table, and may be inlined.
 target_compile_options(qor_library_flags INTERFACE -fno-semantic-interposition)
+# Neighbouring members are not to be stored or read as a pair: a read of another width then waits
+# for the store.
+target_compile_options(qor_library_flags INTERFACE -fno-tree-slp-vectorize)
 # g++ clears records of some dozen octets by "rep stos", which takes longer to start than to clear.
 set(qor_memset_flag -mmemset-strategy=unrolled_loop:128:noalign,libcall:-1:noalign)
 check_cxx_compiler_flag(${qor_memset_flag} QOR_HAVE_MEMSET_STRATEGY)

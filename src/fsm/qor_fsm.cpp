@@ -45,15 +45,6 @@ bool RefuseInstance(Where where, const QOR_FSM_INST_S *inst) {
     return true;
 }
 
-// The cell of event in the current state; NULL when the table has no such cell. A state outside the
-// range reaches into the cells of a later event.
-const QOR_FSM_ENTRY_S *CellOf(const QOR_FSM_INST_S *inst, uint32_t event) {
-    const QOR_FSM_DESC_S *desc = inst->pstFsmDesc;
-    const uint64_t index = uint64_t{event} * desc->ulStateNum + inst->ulCurState;
-    return index < uint64_t{desc->ulEventNum} * desc->ulStateNum ? desc->pstEntryTbl + index
-                                                                 : nullptr;
-}
-
 // The current state's row of the fall-back table; NULL without one.
 const QOR_FSM_FALLBACK_S *FallBackOf(const QOR_FSM_INST_S *inst) {
     const uint32_t state = inst->ulCurState;
@@ -126,26 +117,29 @@ uint32_t QOR_FSM_Execute(QOR_FSM_INST_S *inst, uint32_t event, uint64_t param, u
         Tell(inst, "FSM %s: Invalid event %s", "(null)");  // it has no name
         return QOR_FSM_ERR_EVENT;
     }
-    if (inst->ulCurState >= desc->ulStateNum) {
-        Report(kSource);
-    }
-    if (RefuseNull(kSource, desc->pstEntryTbl)) {
-        Tell(inst, "FSM %s: FsmEntry is NULL, OldState :%u, CurState:%u, OldEvent:%u",
-             inst->ulOldState, inst->ulCurState, inst->ulOldEvent);
-        return QOR_FAIL;
-    }
-    const QOR_FSM_ENTRY_S *found = CellOf(inst, event);
-    if (found == nullptr || found->pfnProc == nullptr) {
-        return QOR_FSM_ERR_NO_PROC;
-    }
-    const QOR_FSM_ENTRY_S cell = *found;
-
     const uint32_t oldState = inst->ulOldState;
     const uint32_t curState = inst->ulCurState;
+    const QOR_FSM_ENTRY_S *table = desc->pstEntryTbl;
+    // A state outside the range reaches into the cells of a later event.
+    const uint64_t index = uint64_t{event} * desc->ulStateNum + curState;
+    const uint64_t cells = uint64_t{desc->ulEventNum} * desc->ulStateNum;
+    if (curState >= desc->ulStateNum) {
+        Report(kSource);
+    }
+    if (RefuseNull(kSource, table)) {
+        Tell(inst, "FSM %s: FsmEntry is NULL, OldState :%u, CurState:%u, OldEvent:%u", oldState,
+             curState, inst->ulOldEvent);
+        return QOR_FAIL;
+    }
+    if (index >= cells || table[index].pfnProc == nullptr) {
+        return QOR_FSM_ERR_NO_PROC;
+    }
+    const QOR_FSM_ENTRY_S cell = table[index];
+
     inst->ulOldEvent = event;
     inst->ulOldState = curState;
-    inst->ulCurState = cell.ulNextState;
     if (curState != cell.ulNextState) {
+        inst->ulCurState = cell.ulNextState;
         inst->ulStateChgCnt++;
         HOST_GmtSystimeGet(&inst->stStateChgTime);
     }

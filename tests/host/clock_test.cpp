@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <fstream>
+#include <random>
 #include <thread>
+#include <vector>
 
+#include "base/host/qor_host_calendar.hpp"
 #include "qor_host_posix.h"
 
 namespace {
@@ -69,6 +73,29 @@ TEST(Clock, DatesFollowTheZone) {
     EXPECT_TRUE(low % 3600 <= 1 && (low / 3600 == 2 || low / 3600 == 3)) << low;
     unsetenv("TZ");
     tzset();
+}
+
+// The platform's own calendar against the C library's.
+TEST(Clock, CalendarIsThatOfTheCLibrary) {
+    constexpr int64_t kYear1 = -62135596800, kYear10000 = 253402300800;
+    std::vector<int64_t> rows{kYear1, -1, 0, 68169599, 68169600, 951782400, kYear10000 - 1};
+    std::mt19937_64 random(7);
+    for (int i = 0; i < 20'000; i++)
+        rows.push_back(std::uniform_int_distribution(kYear1, kYear10000 - 1)(random));
+    for (const int64_t row : rows) {
+        HOST_SYSTIME_S own{}, libc{};
+        tm broken{};
+        int64_t ms = 0;
+        const time_t seconds = row;
+        gmtime_r(&seconds, &broken);
+        qor::host::FromTm(broken, 7, &libc);
+        ASSERT_TRUE(qor::host::FromSeconds(row, 7, &own)) << row;
+        ASSERT_EQ(memcmp(&own, &libc, sizeof own), 0) << row;
+        ASSERT_TRUE(qor::host::ToMilliseconds(own, &ms) && ms == row * 1000 + 7) << row;
+    }
+    HOST_SYSTIME_S unused{};
+    for (const int64_t refused : {INT64_MIN, kYear1 - 1, kYear10000, INT64_MAX})
+        EXPECT_FALSE(qor::host::FromSeconds(refused, 0, &unused)) << refused;
 }
 
 }  // namespace

@@ -1,40 +1,46 @@
 #include "base/host/qor_host_calendar.hpp"
 
+#include <chrono>
+
 namespace qor::host {
 namespace {
 
-constexpr bool IsLeap(int year) {
-    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-}
-
-// Days before the first of each month of a common year.
-constexpr int kDaysBefore[13] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
-
-constexpr int DaysIn(int year, int month) {
-    return kDaysBefore[month] - kDaysBefore[month - 1] + (month == 2 && IsLeap(year) ? 1 : 0);
-}
-
-// Days from 0001-01-01 to the first of January of year.
-constexpr int64_t DaysBeforeYear(int64_t year) {
-    const int64_t full = year - 1;
-    return full * 365 + full / 4 - full / 100 + full / 400;
-}
-
-constexpr int64_t kEpochDay = DaysBeforeYear(1970);
-static_assert(kEpochDay == 719162);
+using std::chrono::sys_days;
+using std::chrono::sys_seconds;
+using std::chrono::year;
 
 }  // namespace
 
 bool ToMilliseconds(const HOST_SYSTIME_S &t, int64_t *ms) {
-    if (t.usYear == 0 || t.ucMonth < 1 || t.ucMonth > 12 || t.ucDay < 1 ||
-        t.ucDay > DaysIn(t.usYear, t.ucMonth) || t.ucHour > 23 || t.ucMinute > 59 ||
-        t.ucSecond > 60 || t.ulMilliSec > 999) {
+    const std::chrono::year_month_day date{year{t.usYear}, std::chrono::month{t.ucMonth},
+                                           std::chrono::day{t.ucDay}};
+    if (t.usYear == 0 || !date.ok() || t.ucHour > 23 || t.ucMinute > 59 || t.ucSecond > 60 ||
+        t.ulMilliSec > 999) {
         return false;
     }
-    const int64_t days = DaysBeforeYear(t.usYear) - kEpochDay + kDaysBefore[t.ucMonth - 1] +
-                         (t.ucMonth > 2 && IsLeap(t.usYear) ? 1 : 0) + t.ucDay - 1;
-    const int64_t seconds = ((days * 24 + t.ucHour) * 60 + t.ucMinute) * 60 + t.ucSecond;
-    *ms = seconds * 1000 + t.ulMilliSec;
+    const int64_t days = sys_days{date}.time_since_epoch().count();
+    *ms = (((days * 24 + t.ucHour) * 60 + t.ucMinute) * 60 + t.ucSecond) * 1000 + t.ulMilliSec;
+    return true;
+}
+
+bool FromSeconds(int64_t seconds, uint32_t ms, HOST_SYSTIME_S *t) {
+    constexpr sys_seconds kFirst = sys_days{year{1} / 1 / 1};
+    constexpr sys_seconds kEnd = sys_days{year{10000} / 1 / 1};
+    const sys_seconds at{std::chrono::seconds{seconds}};
+    if (at < kFirst || at >= kEnd) {
+        return false;
+    }
+    const auto day = std::chrono::floor<std::chrono::days>(at);
+    const std::chrono::year_month_day date{day};
+    const auto within = static_cast<uint32_t>((at - day).count());
+    *t = HOST_SYSTIME_S{.usYear = static_cast<uint16_t>(static_cast<int>(date.year())),
+                        .ucMonth = static_cast<uint8_t>(static_cast<unsigned>(date.month())),
+                        .ucDay = static_cast<uint8_t>(static_cast<unsigned>(date.day())),
+                        .ucHour = static_cast<uint8_t>(within / 3600),
+                        .ucMinute = static_cast<uint8_t>(within / 60 % 60),
+                        .ucSecond = static_cast<uint8_t>(within % 60),
+                        .ucWeekDay = static_cast<uint8_t>(std::chrono::weekday{day}.c_encoding()),
+                        .ulMilliSec = ms};
     return true;
 }
 

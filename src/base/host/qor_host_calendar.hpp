@@ -11,6 +11,9 @@ namespace qor::host {
 // the weekday is not looked at.
 bool ToMilliseconds(const HOST_SYSTIME_S &t, int64_t *ms);
 
+// The other way round, from whole seconds and ms; false outside the years 1 to 9999.
+bool FromSeconds(int64_t seconds, uint32_t ms, HOST_SYSTIME_S *t);
+
 // What HOST_SystimeRelSecCal returns.
 uint32_t RelativeSeconds(const HOST_SYSTIME_S &from, const HOST_SYSTIME_S &to, uint32_t *seconds);
 

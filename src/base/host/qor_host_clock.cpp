@@ -22,24 +22,16 @@ constexpr uint64_t Join(uint32_t high, uint32_t low) {
     return static_cast<uint64_t>(high) << 32 | low;
 }
 
+uint32_t Milliseconds(const timespec &t) {
+    return static_cast<uint32_t>(t.tv_nsec / 1'000'000);
+}
+
 uint32_t ReadSeconds(clockid_t clock, uint32_t *secHigh, uint32_t *secLow) {
     timespec now{};
     if (clock_gettime(clock, &now) != 0) {
         return 1;
     }
     Split(static_cast<uint64_t>(now.tv_sec), secHigh, secLow);
-    return 0;
-}
-
-using BreakDown = tm *(*)(const time_t *, tm *);
-
-uint32_t ReadDate(BreakDown breakDown, HOST_SYSTIME_S *t) {
-    timespec now{};
-    tm broken{};
-    if (clock_gettime(CLOCK_REALTIME, &now) != 0 || !breakDown(&now.tv_sec, &broken)) {
-        return 1;
-    }
-    qor::host::FromTm(broken, static_cast<uint32_t>(now.tv_nsec / 1'000'000), t);
     return 0;
 }
 
@@ -52,11 +44,23 @@ uint64_t qor::host::MonotonicNs() {
 }
 
 uint32_t HOST_SystimeGet(HOST_SYSTIME_S *t) {
-    return ReadDate(localtime_r, t);
+    timespec now{};
+    tm broken{};
+    if (clock_gettime(CLOCK_REALTIME, &now) != 0 || !localtime_r(&now.tv_sec, &broken)) {
+        return 1;
+    }
+    qor::host::FromTm(broken, Milliseconds(now), t);
+    return 0;
 }
 
 uint32_t HOST_GmtSystimeGet(HOST_SYSTIME_S *t) {
-    return ReadDate(gmtime_r, t);
+    timespec now{};
+    // Not gmtime_r, which takes a lock and looks for changes of the zone.
+    if (clock_gettime(CLOCK_REALTIME, &now) != 0 ||
+        !qor::host::FromSeconds(now.tv_sec, Milliseconds(now), t)) {
+        return 1;
+    }
+    return 0;
 }
 
 uint32_t HOST_GetSystemTime(uint32_t *secHigh, uint32_t *secLow) {
