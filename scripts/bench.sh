@@ -3,8 +3,8 @@
 #
 #   scripts/bench.sh [FILTER]    FILTER: a regular expression over the names, e.g. '^tree'
 #
-# Without FILTER it also measures the tool and draws the curves of docs/img; that takes about half an
-# hour. It wants a quiet machine. What is compared runs in turns in one process, several times over;
+# Without FILTER it also measures the tool and draws the curves of docs/img; that takes twenty
+# minutes. It wants a quiet machine. What is compared runs in turns in one process, several times over;
 # medians count. All numbers are kept in build/bench/results.json.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
