@@ -51,7 +51,7 @@ QOR_FSM_INST_S Machine(const QOR_FSM_DESC_S &desc, const QOR_FSM_FALLBACK_S *fal
 
 // The same work without a table.
 __attribute__((noipa)) uint32_t ByHand(QOR_FSM_INST_S *inst, uint32_t event, bool moving,
-                                          uint64_t param, uint64_t data) {
+                                       uint64_t param, uint64_t data) {
     if (event != 0)
         return 1;
     uint32_t next = 0;
