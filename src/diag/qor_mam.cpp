@@ -53,9 +53,10 @@ void PutText(QOR_MAM_BLACKBOX_S *box, const char *text, size_t length) {
 template <class... Args>
 void PutStamp(QOR_MAM_BLACKBOX_S *box, const char *fmt, Args... args) {
     char stamp[kStampLen] = "";
-    const int length =
-        FormatChecked(kSource, snprintf_s(stamp, kStampLen, kStampLen - 1, fmt, args...));
-    PutText(box, stamp, length < 0 ? 0 : static_cast<size_t>(length));
+    if (FormatChecked(kSource, snprintf_s(stamp, kStampLen, kStampLen - 1, fmt, args...)) < 0) {
+        stamp[0] = '\0';
+    }
+    PutText(box, stamp, std::strlen(stamp));
 }
 
 void PutStamps(QOR_MAM_S *mam, QOR_MAM_BLACKBOX_S *box) {
@@ -171,10 +172,10 @@ uint32_t QOR_MAM_BlackBoxWriteString(QOR_MAM_S *mam, uint32_t id, const char *fm
     char text[kTextLen + 2] = "";  // with its line end
     va_list args;
     va_start(args, fmt);
-    const int stored = FormatChecked(kSource, HOST_VsnprintfTruncated(text, kTextLen, fmt, args));
+    FormatChecked(kSource, HOST_VsnprintfTruncated(text, kTextLen, fmt, args));
     va_end(args);
-    // What a failed formatter left behind is recorded all the same.
-    const size_t length = stored < 0 ? std::strlen(text) : static_cast<size_t>(stored);
+    // The text ends at its first NUL, and what a failed formatter left behind is recorded too.
+    const size_t length = std::strlen(text);
     text[length] = '\r';
     text[length + 1] = '\n';
 

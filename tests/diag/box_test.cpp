@@ -79,6 +79,11 @@ TEST_F(BoxTest, RingKeepsTheNewest) {
     const QOR_MAM_BLACKBOX_S *box = QOR_MAM_BlackBoxCreate(mam, 100, 2000, 0);
     QOR_MAM_BlackBoxWriteString(mam, 100, "%s", std::string(1500, 'y').c_str());
     EXPECT_EQ(Content(*box), std::string(999, 'y') + "\r\n") << "a record has a limit";
+    box = QOR_MAM_BlackBoxCreate(mam, 101, 50, 0);
+    QOR_MAM_BlackBoxWriteString(mam, 101, "a%cb", 0);
+    EXPECT_EQ(Content(*box), "a\r\n") << "a record is a text";
+    QOR_MAM_BlackBoxWriteString(mam, 101, "a%lc", 0x20AC);  // not in the "C" locale
+    EXPECT_EQ(Content(*box), "a\r\n\r\n") << "and an empty one when it cannot be printed";
 }
 
 TEST_F(BoxTest, Boxes) {
