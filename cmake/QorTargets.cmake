@@ -42,11 +42,12 @@ if(QOR_HAVE_MEMSET_STRATEGY)
   target_compile_options(qor_library_flags INTERFACE ${qor_memset_flag})
 endif()
 
-# qor_add_library(NAME OUTPUT_NAME ALIAS SOURCES...)
+# qor_add_library(NAME OUTPUT_NAME ALIAS MAP SOURCES...)
 #
 # Defines NAME (shared, soname .so.<major>) and NAME_static, with the aliases qor::ALIAS and
-# qor::ALIAS_static. The shared one is linked as C so that it needs no C++ runtime.
-function(qor_add_library name output alias)
+# qor::ALIAS_static. The shared one exports the symbols of the version script MAP and is linked as C
+# so that it needs no C++ runtime.
+function(qor_add_library name output alias map)
   add_library(${name}_objects OBJECT ${ARGN})
   target_link_libraries(${name}_objects PRIVATE qor_library_flags)
   target_include_directories(${name}_objects
@@ -70,17 +71,19 @@ function(qor_add_library name output alias)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:qor_flags>)
     if(kind STREQUAL SHARED)
       # CMake names the C++ runtime of some compilers although nothing of it is used.
-      target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,-Bsymbolic-functions)
+      target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,-Bsymbolic-functions
+        -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/${map} -Wl,--no-undefined-version)
+      set_property(TARGET ${target} PROPERTY LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${map})
     endif()
     target_include_directories(${target} PUBLIC
       $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
-      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/qor>)
     set_target_properties(${target} PROPERTIES
       OUTPUT_NAME ${output}
       EXPORT_NAME ${export}
       LINKER_LANGUAGE C
       VERSION ${PROJECT_VERSION}
       SOVERSION ${PROJECT_VERSION_MAJOR})
-    set_property(GLOBAL APPEND PROPERTY qor_install_targets ${target})
+    set_property(GLOBAL APPEND PROPERTY qor_install_${alias} ${target})
   endforeach()
 endfunction()

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Compares a built library with its headers and with the lists of its symbols.
 
-exports [--list FILE] LIBRARY HEADER...  it exports what the headers declare, and nothing else
+exports LIBRARY HEADER...                it exports what the headers declare, and nothing else, each
+                                         name with a version
 imports [--list FILE] LIBRARY HEADER...  it takes the listed platform operations, all of which the
                                          headers declare, and at most the listed C functions
 dynamic LIBRARY SONAME                   its soname, and that it loads nothing but the C library
@@ -60,11 +61,11 @@ def same(found, found_in, expected, expected_in):
 
 
 def exports(args):
-    defined = set(symbols(args.library, "--defined-only"))
-    faults = same(defined, "exported", declared(args.rest), "declared")
-    if args.list:
-        faults += same(defined, "exported", listed(args.list), "listed")
-    return faults
+    defined = symbols(args.library, "--defined-only")
+    versions = {version.lstrip("@") for version in defined.values()}
+    names = set(defined) - versions  # a version is a symbol as well
+    faults = same(names, "exported", declared(args.rest), "declared")
+    return faults + [f"{name}: without a version" for name in names if not defined[name]]
 
 
 def imports(args):

@@ -18,6 +18,7 @@ demo ninja-build        ninja
 demo pkg-config         pkg-config
 demo libpcap-dev        include/pcap/pcap.h
 demo libcli11-dev       include/CLI/CLI.hpp
+test abigail-tools      abidiff
 test binutils           readelf
 test python3            python3
 test libgtest-dev       include/gtest/gtest.h
@@ -27,6 +28,8 @@ test clang-format-14    clang-format-14
 test clang-tidy-14      clang-tidy-14
 test cppcheck           cppcheck
 test doxygen            doxygen
+test dpkg-dev           dpkg-shlibdeps
+test file               file
 test frr                lib/frr/ldpd
 test gcovr              gcovr
 test iproute2           ip

@@ -110,7 +110,7 @@ check_analyzer() {
         gcc -std=c11 -O1 -Iinclude -fanalyzer -Werror -S -o /dev/null
 }
 
-check_manual() { mandoc -T lint -W warning docs/*.1; }
+check_manual() { mandoc -T lint -W warning docs/*.[1-9]; }
 
 if ! scripts/setup.sh test; then
     echo "FAIL  setup"
@@ -127,6 +127,7 @@ check format check_format || true
 check scripts check_scripts || true
 check manual check_manual || true
 check docs scripts/docs.sh || true
+check package scripts/package.sh --test || true
 check cppcheck check_cppcheck || true
 check analyzer check_analyzer || true
 check clang-tidy check_tidy || true

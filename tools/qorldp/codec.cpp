@@ -4,7 +4,6 @@
 #include <bit>
 #include <new>
 
-#include "qor_host.h"
 #include "qor_host_posix.h"
 
 namespace qorldp {
@@ -27,40 +26,43 @@ constexpr std::string_view kNotes[] = {"Unknown Interface Parameter", "Unknown T
                                        "exceeds the maximum", "Invalid spe tlv"};
 constexpr std::string_view kUnknownTlv = "unknwon tlv";  // refused without U bit
 
-// Clears by a call: what g++ puts in place of an assignment takes longer to start than to clear.
-void Clear(QOR_LDP_SIGNAL_MSG_S &record) {
-    memset_s(&record, sizeof record, 0, sizeof record);
-}
-
 bool IsNote(std::string_view line) {
     return std::ranges::any_of(
         kNotes, [&](std::string_view note) { return line.find(note) != std::string_view::npos; });
 }
 
-}  // namespace
-
-Codec::Codec() {
-    QOR_LOG_CFG_S log{};
-    log.ulSid = kModule;
-    log.szTag = kTag;
-    log.szModName = kName;
-    log_ = QOR_LOG_Init(&log, this);
-    QOR_PKT_CTX_S config{};
-    config.ulSid = kModule;
-    config.ulLogHandle = std::bit_cast<uintptr_t>(log_);
-    config.ulErrOutputArg = std::bit_cast<uintptr_t>(this);
-    // A report tells more than the log line that may follow it; it comes first.
-    config.pfnErrOutput = [](const char *text, uint64_t arg) {
-        Codec &self = *std::bit_cast<Codec *>(static_cast<uintptr_t>(arg));
-        if (self.listening_) {
-            self.reason_ = Behind(text, "ErrorReason=");
-            self.listening_ = false;
-        }
-    };
-    ctx_ = log_ == nullptr ? nullptr : QOR_PKT_Init(&config);
-    if (ctx_ == nullptr) {
+template <class Context>
+qor::Owner<Context> Own(Context *context) {
+    if (context == nullptr) {
         throw std::bad_alloc();
     }
+    return qor::Owner<Context>(context);
+}
+
+QOR_LOG_S *OpenLog() {
+    QOR_LOG_CFG_S config{};
+    config.ulSid = kModule;
+    config.szTag = kTag;
+    config.szModName = kName;
+    return QOR_LOG_Init(&config, &config);
+}
+
+QOR_PKT_CTX_S *OpenContext(QOR_LOG_S *log, QOR_PKT_ERR_OUTPUT_PF report, Codec *codec) {
+    QOR_PKT_CTX_S config{};
+    config.ulSid = kModule;
+    config.ulLogHandle = std::bit_cast<uintptr_t>(log);
+    config.ulErrOutputArg = std::bit_cast<uintptr_t>(codec);
+    config.pfnErrOutput = report;
+    return QOR_PKT_Init(&config);
+}
+
+}  // namespace
+
+Codec::Codec()
+    : log_(Own(OpenLog())),
+      ctx_(Own(OpenContext(log_.get(), Report, this))),
+      message_(*ctx_),
+      fec_(*ctx_) {
     // Without ulDevLogOn lines go to the system log, which has no rate limit that could hide them.
     HOST_POSIX_LineSink(
         HOST_POSIX_SINK_SYSLOG,
@@ -74,63 +76,53 @@ Codec::Codec() {
 }
 
 Codec::~Codec() {
-    ReleaseRecord();
-    QOR_LDP_PKT_FreeSignalMsg(&fec_record_, ctx_);
-    QOR_LDP_PKT_ClearPwIdFecInfo(&parameters_);
     HOST_POSIX_LineSink(HOST_POSIX_SINK_SYSLOG, nullptr, nullptr);
-    QOR_PKT_DeInit(ctx_);
-    QOR_LOG_DeInit(log_);
 }
 
-uint32_t Codec::Decode(Bytes message, uint32_t peer) {
-    ReleaseRecord();
-    record_.ulPeerIp = peer;
-    message_ = message;
-    const uint8_t *octets = message.data();
-    if ((octets[0] & 0x7F) == QOR_LDP_MSG_MAC_WITHDRAW >> 8 &&
-        octets[1] == (QOR_LDP_MSG_MAC_WITHDRAW & 0xFF)) {
-        // The decoder may write to such a message.
-        writable_.assign(message.begin(), message.end());
-        octets = writable_.data();
+// A report tells more than the log line that may follow it; it comes first.
+void Codec::Report(const char *text, uint64_t codec) {
+    Codec &self = *std::bit_cast<Codec *>(static_cast<uintptr_t>(codec));
+    if (self.listening_) {
+        self.reason_ = Behind(text, "ErrorReason=");
+        self.listening_ = false;
     }
+}
+
+qor::Result Codec::Decode(Bytes octets, uint32_t peer) {
+    octets_ = octets;
+    writable_.assign(octets.begin(), octets.end());
+    message_->ulPeerIp = peer;
     reason_.clear();
     listening_ = true;
-    const uint32_t code = QOR_LDP_PKT_DecodeMsg(octets, &record_, ctx_);
+    const qor::Result result = message_.decode(writable_);
     listening_ = false;
-    if (code != QOR_LDP_ERR_UNKNOWN_TLV && reason_.find(kUnknownTlv) != std::string::npos) {
+    if (result.code != QOR_LDP_ERR_UNKNOWN_TLV && reason_.find(kUnknownTlv) != std::string::npos) {
         reason_.clear();
     }
-    return code;
+    return result;
 }
 
 const QOR_LDP_SIGNAL_MSG_S *Codec::DecodeFec(Bytes value, uint32_t peer) {
-    QOR_LDP_PKT_FreeSignalMsg(&fec_record_, ctx_);
-    Clear(fec_record_);
+    fec_.clear();
     // For this message type the decoder keeps C bit and group ID of either element.
-    fec_record_.ulMsgType = QOR_LDP_MSG_WITHDRAW;
-    fec_record_.ulPeerIp = peer;
-    QOR_LDP_PKT_LOG_S log{ctx_, "", peer, 0, 0};
+    fec_->ulMsgType = QOR_LDP_MSG_WITHDRAW;
+    fec_->ulPeerIp = peer;
+    QOR_LDP_PKT_LOG_S log{ctx_.get(), "", peer, 0, 0};
     const uint32_t code = QOR_LDP_PKT_DecodeFecTlv(
-        value.data(), static_cast<uint32_t>(value.size()), &log, &fec_record_);
-    return code == QOR_OK ? &fec_record_ : nullptr;
+        value.data(), static_cast<uint32_t>(value.size()), &log, fec_.get());
+    return code == QOR_OK ? fec_.get() : nullptr;
 }
 
 const QOR_LDP_INTF_PARA_S *Codec::DecodeParameters(Bytes sub_tlvs) {
-    QOR_LDP_PKT_ClearPwIdFecInfo(&parameters_);
-    QOR_LDP_PKT_LOG_S log{ctx_, "", 0, 0, 0};
+    parameters_.clear();
+    QOR_LDP_PKT_LOG_S log{ctx_.get(), "", 0, 0, 0};
     const uint32_t code = QOR_LDP_PKT_DecodeIntfParaSubTlv(
-        sub_tlvs.data(), static_cast<uint32_t>(sub_tlvs.size()), &parameters_.stIntfPara, &log);
-    return code == QOR_OK ? &parameters_.stIntfPara : nullptr;
+        sub_tlvs.data(), static_cast<uint32_t>(sub_tlvs.size()), &parameters_->stIntfPara, &log);
+    return code == QOR_OK ? &parameters_->stIntfPara : nullptr;
 }
 
 Bytes Codec::InMessage(const uint8_t *octets, size_t length) const {
-    const auto at = static_cast<size_t>(octets - writable_.data());
-    return message_.subspan(at, length);
-}
-
-void Codec::ReleaseRecord() {
-    QOR_LDP_PKT_FreeSignalMsg(&record_, ctx_);
-    Clear(record_);
+    return octets_.subspan(static_cast<size_t>(octets - writable_.data()), length);
 }
 
 }  // namespace qorldp

@@ -7,8 +7,7 @@
 #include <vector>
 
 #include "bytes.hpp"
-#include "qor_log.h"
-#include "qor_pkt.h"
+#include "qor.hpp"
 
 namespace qorldp {
 
@@ -19,10 +18,10 @@ class Codec {
     Codec &operator=(const Codec &) = delete;
     ~Codec();
 
-    // Decodes a message: at least 8 octets, exactly as many as its length field counts. Returns the
-    // library's code. The record is that of Record() until the next call.
-    uint32_t Decode(Bytes message, uint32_t peer);
-    const QOR_LDP_SIGNAL_MSG_S &Record() const { return record_; }
+    // Decodes a message, exactly as many octets as its length field counts. The record is that of
+    // Record() until the next call.
+    qor::Result Decode(Bytes message, uint32_t peer);
+    const QOR_LDP_SIGNAL_MSG_S &Record() const { return *message_; }
 
     // Why the last Decode failed, in the library's words; empty when it gave none.
     std::string_view Reason() const { return reason_; }
@@ -39,14 +38,15 @@ class Codec {
     Bytes InMessage(const uint8_t *octets, size_t length) const;
 
   private:
-    void ReleaseRecord();
+    // Gets the library's reports about a refusal.
+    static void Report(const char *text, uint64_t codec);
 
-    QOR_LOG_S *log_ = nullptr;
-    QOR_PKT_CTX_S *ctx_ = nullptr;
-    QOR_LDP_SIGNAL_MSG_S record_{};
-    QOR_LDP_SIGNAL_MSG_S fec_record_{};
-    QOR_LDP_PWID_FEC_INFO_S parameters_{};
-    Bytes message_;
+    qor::Owner<QOR_LOG_S> log_;
+    qor::Owner<QOR_PKT_CTX_S> ctx_;
+    qor::Message message_;
+    qor::Message fec_;
+    qor::FecInfo parameters_;
+    Bytes octets_;
     std::vector<uint8_t> writable_;
     bool listening_ = false;
     std::string reason_;

@@ -89,9 +89,9 @@ class Describer {
     void Error(const DecodeError &error) {
         w_.Open({"error", "MALFORMED"});
         w_.Hex({"code", "code", "text"}, error.code, 8, ErrorName(error.code));
-        w_.Hex({"ldp_status", "LDP status", "ldp_status_name"}, error.ldp_status, 8,
-               error.ldp_status == 0 ? "none" : StatusName(error.ldp_status));
-        w_.Bool({"fatal", "fatal"}, error.fatal);
+        w_.Hex({"ldp_status", "LDP status", "ldp_status_name"}, error.answer.code, 8,
+               error.answer.code == 0 ? "none" : StatusName(error.answer.code));
+        w_.Bool({"fatal", "fatal"}, error.answer.fatal);
         w_.Close();
         w_.Text({"reason", "reason"}, error.reason.empty() ? ErrorName(error.code) : error.reason);
     }

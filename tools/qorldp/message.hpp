@@ -37,8 +37,7 @@ std::string_view ClassName(MessageClass message_class);
 // The result of the codec that a malformed message shows.
 struct DecodeError {
     uint32_t code;
-    uint32_t ldp_status;  // to send for it (RFC 5036 section 3.9), 0: none
-    bool fatal;           // with the E bit
+    qor::Status answer;
     std::string_view reason;
 };
 

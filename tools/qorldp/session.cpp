@@ -194,17 +194,15 @@ void Session::Handle(const Origin &origin, const Pdu &pdu, Bytes octets) {
     const uint32_t peer = pdu.lsr_id;
     bool decoded = false;
     if (treatment == Treatment::kDecode) {
-        const uint32_t code = codec_.Decode(octets, peer);
-        decoded = code == QOR_OK;
-        if (!decoded) {
-            uint32_t fatal = 0;
-            const uint32_t status = QOR_LDP_PKT_ErrCode2StatusCode(code, &fatal);
-            error = DecodeError{code, status, fatal != 0, codec_.Reason()};
-            message.error = &*error;
-            ++stats_.errors[code];
-            ++count.malformed;
-        } else {
+        const qor::Result result = codec_.Decode(octets, peer);
+        decoded = static_cast<bool>(result);
+        if (decoded) {
             message.record = &codec_.Record();
+        } else {
+            error = DecodeError{result.code, result.status(), codec_.Reason()};
+            message.error = &*error;
+            ++stats_.errors[result.code];
+            ++count.malformed;
         }
     }
     if (scan.pw_element) {

@@ -1,0 +1,222 @@
+/** @file
+ * The C++ face of libqor: owners that release what the C functions create, and
+ * messages that are decoded from and encoded into spans.
+ *
+ * Everything is inline and calls the C interface, which stays at hand: get()
+ * and * give what its functions take. Nothing throws; what can fail says so by
+ * a null owner or a qor::Result. An object is used by one thread at a time.
+ */
+#ifndef QOR_HPP
+#define QOR_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "qor.h"
+
+/** The C++ face, see qor.hpp. */
+namespace qor {
+
+/** Releases what the Init, Create and RegInst functions return, each by its own
+ * counterpart. */
+struct Release {
+    void operator()(QOR_PKT_CTX_S *ctx) const noexcept { QOR_PKT_DeInit(ctx); }
+    void operator()(QOR_LOG_S *ctx) const noexcept { QOR_LOG_DeInit(ctx); }
+    void operator()(QOR_DBG_S *ctx) const noexcept { QOR_DBG_DeInit(ctx); }
+    void operator()(QOR_FILE_S *ctx) const noexcept { QOR_FILE_DeInit(ctx); }
+    void operator()(QOR_MAM_S *mam) const noexcept { QOR_MAM_DeInit(mam); }
+    void operator()(QOR_FSM_LIB_S *lib) const noexcept { QOR_FSM_DeInitLib(lib, lib); }
+    void operator()(QOR_PADS_S *ctx) const noexcept { QOR_PADS_DeInitPads(ctx); }
+    void operator()(QOR_DQ_S *ctx) const noexcept { QOR_DQ_DeInit(ctx); }
+    void operator()(QOR_DQ_INST_S *queue) const noexcept { QOR_DQ_UnRegInst(queue); }
+    void operator()(QOR_WALK_S *walker) const noexcept { QOR_WALK_Destroy(&walker); }
+    void operator()(QOR_WDLL_WALK_S *walker) const noexcept { QOR_WDLL_DeleteWalk_X(&walker); }
+};
+
+/** Owns a context, a queue or a walker, and releases it:
+ *
+ *     qor::Owner<QOR_DQ_S> queues(QOR_DQ_Init(&cfg));
+ *     qor::Owner<QOR_WALK_S> walker(QOR_AVL_CreateWalk(&tree, sid));
+ *
+ * It moves and does not copy; null when the creation failed. Declare a context
+ * in front of what lives in it: a log in front of the codec that writes to it, a
+ * QOR_DQ_S in front of its queues. Two registrations of one timer type give the
+ * same QOR_DQ_INST_S, which only one owner may hold. */
+template <typename T>
+using Owner = std::unique_ptr<T, Release>;
+
+/** What an error means for the peer: the LDP status code to send (RFC 5036
+ * section 3.9), 0 for none, and whether with the E bit. */
+struct Status {
+    std::uint32_t code;
+    bool fatal;
+};
+
+/** How a decode or an encode went. */
+struct Result {
+    std::uint32_t code;   /**< #QOR_OK or what was wrong */
+    std::uint32_t octets; /**< of the message that was read or written; 0 unless #QOR_OK */
+
+    /** True for #QOR_OK. */
+    explicit operator bool() const noexcept { return code == QOR_OK; }
+
+    /** What to answer the peer with, by #QOR_LDP_PKT_ErrCode2StatusCode. */
+    Status status() const noexcept {
+        std::uint32_t fatal = 0;
+        const std::uint32_t status = QOR_LDP_PKT_ErrCode2StatusCode(code, &fatal);
+        return {status, fatal != 0};
+    }
+};
+
+/** One signalling message: a #QOR_LDP_SIGNAL_MSG_S with what it owns. Begins
+ * empty, to be decoded into or filled by hand: buffers that it is given must come
+ * from #HOST_MemAllocBySid, it releases them. Moves and does not copy, see copy(). */
+class Message {
+  public:
+    /** ctx must outlive the message; peer is its ulPeerIp. */
+    explicit Message(QOR_PKT_CTX_S &ctx, std::uint32_t peer = 0) noexcept : ctx_(&ctx) {
+        record_.ulPeerIp = peer;
+    }
+    /** Leaves other empty. @{ */
+    Message(Message &&other) noexcept : ctx_(other.ctx_) { take(other); }
+    Message &operator=(Message &&other) noexcept {
+        if (this != &other) {
+            QOR_LDP_PKT_FreeSignalMsg(&record_, ctx_);
+            ctx_ = other.ctx_;
+            take(other);
+        }
+        return *this;
+    }
+    /** @} */
+    ~Message() { QOR_LDP_PKT_FreeSignalMsg(&record_, ctx_); }
+
+    /** Decodes the message that octets begin with into an emptied record; ulPeerIp
+     * stays. octets may hold more, for instance the rest of the PDU. They must stay
+     * while the record of a MAC Withdraw is used, which points into them, and the
+     * words of a PW tag TLV are brought to host order in them: a second decode
+     * would turn those back.
+     *
+     * Returns #QOR_OK with the octets of the message; #QOR_ERR_ARG when octets do
+     * not hold the whole message yet; else the code of #QOR_LDP_PKT_DecodeMsg. */
+    [[nodiscard]] Result decode(std::span<std::uint8_t> octets) noexcept {
+        clear();
+        if (octets.size() < kHeader) {
+            return {QOR_ERR_ARG, 0};
+        }
+        const std::uint32_t length = std::uint32_t{octets[2]} << 8 | octets[3];
+        // The decoder refuses what is too long by its header alone.
+        if (length <= QOR_LDP_PKT_MAX_MSG_LEN && octets.size() < kBeforeLength + length) {
+            return {QOR_ERR_ARG, 0};
+        }
+        const std::uint32_t code = QOR_LDP_PKT_DecodeMsg(octets.data(), &record_, ctx_);
+        return {code, code == QOR_OK ? kBeforeLength + length : 0};
+    }
+
+    /** Encodes the record by its ulMsgType into out, zeroed by the caller.
+     *
+     * Returns #QOR_OK with the octets written; #QOR_ERR_ARG, nothing written, when
+     * out has less than #QOR_LDP_PKT_ENC_BUF_LEN octets; #QOR_FAIL when
+     * #QOR_LDP_PKT_EncodeMsg refuses the record. */
+    [[nodiscard]] Result encode(std::span<std::uint8_t> out) const noexcept {
+        if (out.size() < QOR_LDP_PKT_ENC_BUF_LEN) {
+            return {QOR_ERR_ARG, 0};
+        }
+        const std::uint32_t octets = QOR_LDP_PKT_EncodeMsg(out.data(), &record_, ctx_);
+        return {octets != 0 ? QOR_OK : QOR_FAIL, octets};
+    }
+
+    /** Makes this a copy of other that owns all its buffers and points into no
+     * octets. Returns #QOR_OK; #QOR_ERR_ARG for other being this message;
+     * #QOR_ERR_NO_MEM, and then this message is empty. */
+    [[nodiscard]] std::uint32_t copy(const Message &other) noexcept {
+        if (this == &other) {
+            return QOR_ERR_ARG;
+        }
+        clear();
+        return QOR_LDP_PKT_CopySignalMsg(&record_, &other.record_, ctx_);
+    }
+
+    /** Releases what the record owns and zeroes it but for ulPeerIp. */
+    void clear() noexcept {
+        QOR_LDP_PKT_FreeSignalMsg(&record_, ctx_);
+        const std::uint32_t peer = record_.ulPeerIp;
+        zero();
+        record_.ulPeerIp = peer;
+    }
+
+    /** The record, for the functions of the C interface. @{ */
+    QOR_LDP_SIGNAL_MSG_S *get() noexcept { return &record_; }
+    const QOR_LDP_SIGNAL_MSG_S *get() const noexcept { return &record_; }
+    QOR_LDP_SIGNAL_MSG_S *operator->() noexcept { return &record_; }
+    const QOR_LDP_SIGNAL_MSG_S *operator->() const noexcept { return &record_; }
+    QOR_LDP_SIGNAL_MSG_S &operator*() noexcept { return record_; }
+    const QOR_LDP_SIGNAL_MSG_S &operator*() const noexcept { return record_; }
+    /** @} */
+
+  private:
+    static constexpr std::size_t kHeader = 8;
+    static constexpr std::uint32_t kBeforeLength = 4;
+
+    // By a call: what g++ puts in place of an assignment takes longer to start than to clear.
+    void zero() noexcept { memset_s(&record_, sizeof record_, 0, sizeof record_); }
+
+    // The list of unknown TLVs is a ring through its head, which has another address now.
+    void take(Message &other) noexcept {
+        record_ = other.record_;
+        HOST_DLL_NODE_S &head = record_.stUnknownTlvList.stNode;
+        if (record_.stUnknownTlvList.ulCount != 0) {
+            head.pstNext->pstPrev = &head;
+            head.pstPrev->pstNext = &head;
+        } else {
+            head = {};
+        }
+        other.zero();
+    }
+
+    QOR_PKT_CTX_S *ctx_;
+    QOR_LDP_SIGNAL_MSG_S record_{};
+};
+
+/** One pseudowire FEC element: a #QOR_LDP_PWID_FEC_INFO_S with its description,
+ * for the element codecs of qor_pkt_fec.h. Those decode into an empty one: clear()
+ * comes before the next. Moves and does not copy. */
+class FecInfo {
+  public:
+    FecInfo() noexcept { QOR_LDP_PKT_InitPwIdFecInfo(&record_); }
+    /** Leaves other empty. @{ */
+    FecInfo(FecInfo &&other) noexcept : record_(other.record_) { other.init(); }
+    FecInfo &operator=(FecInfo &&other) noexcept {
+        if (this != &other) {
+            QOR_LDP_PKT_FreeIntfDesc(&record_);
+            record_ = other.record_;
+            other.init();
+        }
+        return *this;
+    }
+    /** @} */
+    ~FecInfo() { QOR_LDP_PKT_FreeIntfDesc(&record_); }
+
+    /** Releases the description and makes the element empty. */
+    void clear() noexcept {
+        QOR_LDP_PKT_FreeIntfDesc(&record_);
+        init();
+    }
+
+    /** The record, for the functions of the C interface. @{ */
+    QOR_LDP_PWID_FEC_INFO_S *get() noexcept { return &record_; }
+    const QOR_LDP_PWID_FEC_INFO_S *get() const noexcept { return &record_; }
+    QOR_LDP_PWID_FEC_INFO_S *operator->() noexcept { return &record_; }
+    const QOR_LDP_PWID_FEC_INFO_S *operator->() const noexcept { return &record_; }
+    /** @} */
+
+  private:
+    void init() noexcept { QOR_LDP_PKT_InitPwIdFecInfo(&record_); }
+
+    QOR_LDP_PWID_FEC_INFO_S record_;
+};
+
+}  // namespace qor
+
+#endif
