@@ -1,14 +1,21 @@
 #!/usr/bin/env bash
-# Makes the reference pages, build/doxygen/html/index.html, from the headers and docs/.
+# Makes the site, build/doxygen/html/index.html: the pages of docs/, the manual of the tool, and the
+# reference made from the headers.
 #
-# Fails on a warning of Doxygen and when something in the headers is not described.
+# Fails on a warning of Doxygen, when something in the headers is not described, and when a link leads
+# nowhere.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 cd "$root"
 
-rm -rf build/doxygen
-mkdir -p build
+rm -rf build/doxygen build/manual
+mkdir -p build/manual
+{
+    printf '# The qorldp manual\n\n'
+    mandoc -T markdown docs/qorldp.1 | sed -e '1,/^# NAME$/d' -e 's/^# /## /'
+} >build/manual/qorldp.md
 run_logged doxygen doxygen docs/Doxyfile
-# README.md and docs/performance.md refer to files in these.
-cp -r examples include docs/img build/doxygen/html/
-python3 scripts/library-check.py reference build/doxygen/xml include/*.h
+# README.md and the pages refer to files in these.
+cp -r examples include docs/img docs/libqor.3 build/doxygen/html/
+python3 scripts/library-check.py reference build/doxygen/xml include/*.h include/*.hpp
+python3 scripts/library-check.py links build/doxygen/html

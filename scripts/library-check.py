@@ -9,12 +9,16 @@ dynamic LIBRARY SONAME                   its soname, and that it loads nothing b
 comments HEADER...                       every exported declaration has a comment
 reference DIRECTORY HEADER...            the pages made of the headers, in their XML form, describe
                                          everything that is declared
+links DIRECTORY                          every link of a page in it leads to a file there, and to an
+                                         anchor in that
 """
 import argparse
 import pathlib
 import re
 import subprocess
 import sys
+import urllib.parse
+from html.parser import HTMLParser
 from xml.etree import ElementTree
 
 # Functions have lower-case letters in their names, macros and types have none.
@@ -123,8 +127,38 @@ def reference(args):
     return faults + [f"{name}: declared, but not described" for name in missing]
 
 
+class Page(HTMLParser):
+    """What a page refers to, and its anchors."""
+
+    def __init__(self, file):
+        super().__init__()
+        self.links, self.anchors = set(), {""}
+        self.feed(file.read_text())
+
+    def handle_starttag(self, tag, attrs):
+        attributes = dict(attrs)
+        self.links |= {attributes[name] for name in ("href", "src") if attributes.get(name)}
+        self.anchors |= {attributes[name] for name in ("id", "name") if attributes.get(name)}
+
+
+def links(args):
+    folder = pathlib.Path(args.library)
+    pages = {file: Page(file) for file in folder.glob("*.html")}
+    faults = [] if len(pages) > 1 else ["no pages"]
+    for file, page in pages.items():
+        for link in page.links:
+            url = urllib.parse.urlsplit(link)
+            if url.scheme or url.netloc:
+                continue
+            target = (folder / urllib.parse.unquote(url.path)) if url.path else file
+            anchors = pages[target].anchors if target in pages else {url.fragment}
+            if not target.exists() or urllib.parse.unquote(url.fragment) not in anchors:
+                faults.append(f"{file.name}: {link} leads nowhere")
+    return sorted(faults)
+
+
 parser = argparse.ArgumentParser(usage=__doc__)
-parser.add_argument("check", choices=["exports", "imports", "dynamic", "comments", "reference"])
+parser.add_argument("check", choices=["exports", "imports", "dynamic", "comments", "reference", "links"])
 parser.add_argument("--list")
 parser.add_argument("library")
 parser.add_argument("rest", nargs="*")

@@ -1,0 +1,424 @@
+#!/usr/bin/env python3
+"""Writes docs/wire-formats.md and docs/errors.md, and holds them against the library.
+
+write                    writes both pages from scripts/wire_formats.py, the headers and the library
+check                    fails when the pages are not what would be written, or when the library
+                         treats an example, a length or a TLV otherwise than they say
+
+Both take --libraries DIR DIR, where libqor.so and libqor-host.so are.
+"""
+import argparse
+import ctypes
+import pathlib
+import re
+import struct
+import sys
+import textwrap
+
+import wire_formats as wire
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+PAGES = {"docs/wire-formats.md": "wire_page", "docs/errors.md": "error_page"}
+MADE = "\n<!-- Made by scripts/wire-formats.py write; do not edit. -->\n"
+
+# ---- The library
+
+
+def octets(text):
+    """The octets of hex with [ ] around what a 16-bit length counts."""
+    stack = [b""]
+    for token in re.findall(r"[\[\]]|(?:[0-9a-f]{2})+", text):
+        if token == "[":
+            stack.append(b"")
+        elif token == "]":
+            inner = stack.pop()
+            stack[-1] += struct.pack(">H", len(inner)) + inner
+        else:
+            stack[-1] += bytes.fromhex(token)
+    return stack[0]
+
+
+class Library:
+    """Decodes and encodes with the shared libraries."""
+
+    def __init__(self, qor, host):
+        self.host = ctypes.CDLL(host, mode=ctypes.RTLD_GLOBAL)
+        self.qor = ctypes.CDLL(qor)
+        for name in ("QOR_PKT_Init", "QOR_LOG_Init"):
+            getattr(self.qor, name).restype = ctypes.c_void_p
+        for name in ("DecodeMsg", "EncodeMsg", "ErrCode2StatusCode"):
+            getattr(self.qor, "QOR_LDP_PKT_" + name).restype = ctypes.c_uint32
+        # Log lines and reports are not what is looked at.
+        line = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_void_p)
+        self.quiet = line(lambda user, what: None)
+        for sink in range(4):
+            self.host.HOST_POSIX_LineSink(sink, self.quiet, None)
+        report = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_char_p, ctypes.c_uint32)
+        self.unreported = report(lambda user, file, line: None)
+        self.host.HOST_POSIX_AssertSink(self.unreported, None)
+        log = ctypes.create_string_buffer(128)
+        log_context = self.qor.QOR_LOG_Init(log, log)
+        config = ctypes.create_string_buffer(struct.pack("=QQQ", 0, 1, log_context), 256)
+        self.context = ctypes.c_void_p(self.qor.QOR_PKT_Init(config))
+
+    def run(self, type_, body):
+        """Decodes a message. Returns the code and, when that is 0, what the record encodes to."""
+        message = struct.pack(">HHI", type_, 4 + len(body), 1) + body
+        received = ctypes.create_string_buffer(message, max(len(message), 8))
+        record = ctypes.create_string_buffer(1024)
+        code = self.qor.QOR_LDP_PKT_DecodeMsg(received, record, self.context)
+        written = b""
+        if code == 0:
+            out = ctypes.create_string_buffer(16384)
+            length = self.qor.QOR_LDP_PKT_EncodeMsg(out, record, self.context)
+            written = out.raw[8:length]
+        self.qor.QOR_LDP_PKT_FreeSignalMsg(record, self.context)
+        return code, written
+
+    def status(self, code):
+        fatal = ctypes.c_uint32()
+        return self.qor.QOR_LDP_PKT_ErrCode2StatusCode(code, ctypes.byref(fatal)), fatal.value
+
+
+def codes():
+    """{name: (number, comment)} of the decoders' results, as the header defines them."""
+    header = (ROOT / "include/qor_pkt_record.h").read_text()
+    rows = re.findall(r"#define (QOR_LDP_ERR_\w+) UINT32_C\((0x\w+)\) +/\*\*< (.*?) \*/", header)
+    return {name: (int(number, 16), comment) for name, number, comment in rows}
+
+
+def statuses():
+    header = (ROOT / "include/qor_pkt_record.h").read_text()
+    return {int(v, 16): n for n, v in re.findall(r"#define (QOR_LDP_STATUS_\w+) UINT32_C\((0x\w+)\)", header)}
+
+
+# ---- Diagrams
+
+
+def diagram(fields):
+    """Fields as in the RFCs: 32 bits a row."""
+    rows, row, used = [], [], 0
+    for name, bits in fields:
+        if bits == wire.REST:
+            if used:
+                rows.append(row)
+                row, used = [], 0
+            rows.append([(name, 32, "~")])
+            continue
+        while bits:
+            part = min(bits, 32 - used)
+            row.append((name, part, "|"))
+            name = "..." if bits > part else ""
+            bits -= part
+            used = (used + part) % 32
+            if not used:
+                rows.append(row)
+                row = []
+    if row:
+        rows.append(row)
+
+    def rule(width):
+        return "+" + "-+" * width
+
+    lines = [" " + "".join(f"{i // 10 if i % 10 == 0 else ' '} " for i in range(32)).rstrip(),
+             " " + " ".join(str(i % 10) for i in range(32))]
+    above = 32
+    for row in rows:
+        width = sum(bits for _, bits, _ in row)
+        lines.append(rule(max(above, width)))
+        text = ""
+        for name, bits, edge in row:
+            if len(name) > 2 * bits - 1:
+                sys.exit(f"{name}: does not fit into {bits} bits")
+            text += edge + name.center(2 * bits - 1)
+        lines.append(text + row[-1][2])
+        above = width
+    lines.append(rule(above))
+    return "```text\n" + "\n".join(lines) + "\n```\n"
+
+
+# ---- Pages
+
+
+def anchor(name):
+    return re.sub(r"[^a-z0-9]+", "-", name.lower()).strip("-")
+
+
+def heading(level, name):
+    """Its anchor is the one that web views of the source make by themselves."""
+    return f'<a name="{anchor(name)}"></a>\n\n{"#" * level} {name}\n\n'
+
+
+def link(name):
+    return f"[{name}](#{anchor(name)})"
+
+
+def code_cell(code):
+    return code and f"`{code}`"
+
+
+def rule_table(rules):
+    text = "| when | result |\n|---|---|\n"
+    for rule in rules:
+        text += f"| {rule.text} | {code_cell(rule.code) or 'that of the element'} |\n"
+    return text
+
+
+def paragraph(text):
+    return textwrap.fill(text, 100, break_long_words=False, break_on_hyphens=False) + "\n\n" if text else ""
+
+
+def wire_page(_library):
+    text = """# Wire formats
+
+Every message, TLV, element and sub-TLV that the codec reads or writes: its octets, when it is
+refused and with which code, and how it is written. [Error codes](errors.md) tells the LDP status of
+each code. What stands here is held against the built library by a test: every example of a rule, every
+length of a TLV that has only one, and the type word of every TLV that is written.
+
+All numbers are in network order. Bits are counted from the highest.
+
+"""
+    text += heading(2, "Message")
+    text += paragraph("RFC 5036 section 3.5.")
+    text += diagram([("U", 1), ("Message Type", 15), ("Message Length", 16), ("Message ID", 32), ("TLVs", wire.REST)])
+    text += "\n" + paragraph(
+        "The length counts what follows it. A message that ends behind its message ID or before decodes to "
+        "nothing, and that is accepted. The U bit of the message is not looked at.")
+    text += rule_table(wire.ANY_MESSAGE) + "\n"
+    text += heading(2, "TLV")
+    text += paragraph("RFC 5036 section 3.3.")
+    text += diagram([("U", 1), ("F", 1), ("Type", 14), ("Length", 16), ("Value", wire.REST)])
+    text += "\n" + paragraph(
+        "The length counts the value. U and F bit matter for unknown TLVs only. The diagrams below show the value.")
+    for message in wire.MESSAGES:
+        text += heading(2, message.name)
+        text += paragraph(f"Type 0x{message.type:04X}, {message.rfc}. {message.text}")
+        text += "| TLV | type | read | length, else | written as | when |\n|---|---|---|---|---|---|\n"
+        for tlv, read, word, when in message.tlvs:
+            length = ""
+            if tlv.length is not None and message.name in tlv.length_code:
+                length = f"{tlv.length}, {code_cell(tlv.length_code[message.name])}"
+            written = f"0x{word:04X}" if word else "never"
+            text += f"| {link(tlv.name)} | 0x{tlv.type:04X} | {read} | {length} | {written} | {when} |\n"
+        text += "\n" + paragraph(f"Unknown TLVs: {message.unknown}. Written in this order: {message.order}")
+        text += rule_table(message.rules) + "\n"
+    text += heading(2, "FEC elements")
+    for element in wire.ELEMENTS:
+        text += format_section(element, 3)
+    text += heading(2, "TLV values")
+    for tlv in wire.TLVS:
+        text += format_section(tlv, 3)
+    text += heading(2, "Interface parameters")
+    text += paragraph("RFC 4446 section 3.3. The length octet counts itself and the type.")
+    text += rule_table(wire.SUB_TLV_RULES) + "\n"
+    for sub in wire.SUB_TLVS:
+        text += format_section(sub, 3)
+    text += heading(2, "Switching points")
+    text += paragraph("RFC 6073 section 7.4.1. The length octet counts the value. The results are those of "
+                      "`QOR_LDP_PKT_DecodeSPE`; a message is not refused for them.")
+    text += rule_table(wire.SPE_RULES) + "\n"
+    for sub in wire.SPE_TLVS:
+        text += format_section(sub, 3)
+    return text.rstrip() + "\n" + MADE
+
+
+def format_section(entry, level):
+    text = heading(level, entry.name)
+    number = f"Type 0x{entry.type:0{2 if entry.type < 256 else 4}X}, " if entry.type else ""
+    text += f"{number}{entry.rfc}.\n\n" + diagram(entry.fields) + "\n" + paragraph(entry.text)
+    rules = list(entry.rules)
+    for message, code in entry.length_code.items():
+        rules.append(wire.Rule(f"in a {message}: a length other than {entry.length}", code))
+    return text + (rule_table(rules) + "\n" if rules else "")
+
+
+def error_page(library):
+    text = """# Error codes
+
+What a decoder returns, and what `QOR_LDP_PKT_ErrCode2StatusCode` makes of it: the LDP status to
+answer with (RFC 5036 section 3.9), 0 for none, and whether the Notification carries the E bit,
+which ends the session.
+
+| code | name | meaning | LDP status | E bit | of |
+|---|---|---|---|---|---|
+"""
+    places = {}
+    for place, rules in all_rules():
+        for rule in rules:
+            if place not in places.setdefault(rule.code, []):
+                places[rule.code].append(place)
+    names = statuses()
+    for name, (number, comment) in codes().items():
+        status, fatal = library.status(number)
+        status = f"0x{status:02X} `{names[status]}`" if status else "none"
+        links = ", ".join(f"[{p}](wire-formats.md#{anchor(p)})" for p in places.get(name, []))
+        text += f"| 0x{number:08X} | `{name}` | {comment} | {status} | {'yes' if fatal else ''} | {links} |\n"
+    return text + """
+Besides these, all functions return `QOR_OK`, `QOR_FAIL` for a refused argument, `QOR_ERR_ARG` and
+`QOR_ERR_NO_MEM`; state machines, the queue and the black box have codes of their own in their
+headers. `qor::Message::decode` returns `QOR_ERR_ARG` when the octets do not hold the whole message.
+""" + MADE
+
+
+def all_rules():
+    """(name of the section, its rules)"""
+    yield "Message", wire.ANY_MESSAGE
+    for message in wire.MESSAGES:
+        yield message.name, message.rules
+        if message.unknown.startswith(wire.REJECTED):
+            yield message.name, [wire.Rule("", wire.err("UNKNOWN_TLV"))]
+    for entry in [*wire.ELEMENTS, *wire.TLVS]:
+        yield entry.name, [*entry.rules, *(wire.Rule("", c) for c in entry.length_code.values())]
+    for name, rules, entries in (("Interface parameters", wire.SUB_TLV_RULES, wire.SUB_TLVS),
+                                 ("Switching points", wire.SPE_RULES, wire.SPE_TLVS)):
+        yield name, [*rules, *(rule for entry in entries for rule in entry.rules)]
+
+
+# ---- Checks
+
+
+class Check:
+    def __init__(self, library):
+        self.library = library
+        self.names = {0: wire.OK, **{number: name for name, (number, _) in codes().items()}}
+        self.faults = []
+        self.done = 0
+
+    def expect(self, what, type_, body, code):
+        self.done += 1
+        found, written = self.library.run(type_, body)
+        found = self.names.get(found, hex(found))
+        if found != code:
+            self.faults.append(f"{what}: {body.hex()}: {found}, not {code}")
+        return written
+
+    def body(self, message, tlv, value, u_bit=False):
+        """A valid message with one TLV as given."""
+        parts = [(t, octets(v)) for t, v in message.base if t != tlv.type]
+        mine = (tlv.type | (0x8000 if u_bit else 0), value)
+        # What must be first stays first.
+        first = [t for t, _ in message.base[:1] if t == tlv.type]
+        parts = [mine, *parts] if first else [*parts, mine]
+        return b"".join(struct.pack(">HH", t, len(v)) + v for t, v in parts)
+
+    def tlv_in_message(self, message, tlv, word):
+        name = f"{tlv.name} in {message.name}"
+        if tlv.length is not None and message.name in tlv.length_code:
+            for length in [*range(0, 64), 255, 256, 1000]:
+                code = wire.OK if length == tlv.length else tlv.length_code[message.name]
+                # Begins as a PW status does, which the base of a Notification is.
+                value = (b"\0\0\0\x28" + b"\0" * length)[:length]
+                written = self.expect(f"{name}, length {length}", message.type, self.body(message, tlv, value), code)
+                if code == wire.OK:
+                    self.written(name, written, tlv, word)
+        for rule in tlv.rules:
+            for example in rule.examples:
+                written = self.expect(f"{name}, {rule.text}", message.type,
+                                      self.body(message, tlv, octets(example)), rule.code)
+                if rule.code == wire.OK and example:
+                    self.written(name, written, tlv, word)
+
+    def written(self, name, body, tlv, word):
+        found = set()
+        while body:
+            type_word, length = struct.unpack(">HH", body[:4])
+            if type_word & 0x3FFF == tlv.type:
+                found.add(type_word)
+            body = body[4 + length:]
+        # A PW status or an LDP error Notification has its own.
+        if word is None and found or word is not None and found - {word}:
+            self.faults.append(f"{name}: written as {[hex(f) for f in found]}")
+        if word in found:
+            self.seen.add((name, word))
+
+    def run(self):
+        self.seen = set()
+        mapping = next(m for m in wire.MESSAGES if m.name == "Label Mapping")
+        for message in wire.MESSAGES:
+            for tlv, read, word, _ in message.tlvs:
+                if read != "unknown":
+                    self.tlv_in_message(message, tlv, word)
+            for rule in message.rules:
+                for example in rule.examples:
+                    self.expect(f"{message.name}, {rule.text}", message.type, octets(example), rule.code)
+            for example in wire.ANY_MESSAGE[-1].examples:
+                body = self.body(message, wire.EXT_STATUS, b"", True) + octets(example)
+                self.expect(f"{message.name}, overrun", message.type, body, wire.ANY_MESSAGE[-1].code)
+            unknown = wire.OK if message.unknown == "skipped" else wire.err("UNKNOWN_TLV")
+            for u_bit, code in ((False, unknown), (True, wire.OK)):
+                tlv = wire.Format("unknown", 0x0123, "", [], [])
+                self.expect(f"{message.name}, unknown TLV", message.type, self.body(message, tlv, b"\1", u_bit), code)
+        for u_bit, code in ((False, wire.err("UNKNOWN_TLV")), (True, wire.OK)):
+            self.expect("marker", mapping.type, self.body(mapping, wire.MARKER, b"\0" * 4, u_bit), code)
+        self.expect("length field", mapping.type, b"\0" * 4093, wire.err("TLV_LEN"))
+        self.expect("message type", 0x0404, b"", wire.err("MSG_TYPE"))
+        for element in wire.ELEMENTS:
+            for rule in element.rules:
+                for example in rule.examples:
+                    self.expect(f"{element.name}, {rule.text}", mapping.type,
+                                self.body(mapping, wire.FEC, octets(example)), rule.code)
+        for entry in [*wire.SUB_TLVS, wire.Format("sub-TLV", 0, "", [], wire.SUB_TLV_RULES)]:
+            for rule in entry.rules:
+                for example in rule.examples:
+                    sub = octets(example)
+                    element = struct.pack(">BHB", 0x80, 5, 4 + len(sub)) + b"\0" * 4 + b"\0\0\0\1" + sub
+                    self.expect(f"{entry.name}, {rule.text}", mapping.type,
+                                self.body(mapping, wire.FEC, element), rule.code)
+                    # A FEC 129 element has them in a TLV.
+                    generalized = [(0x0100, octets(wire.GEN_PWID)), (0x0200, octets(wire.LABEL)), (0x096B, sub)]
+                    body = b"".join(struct.pack(">HH", t, len(v)) + v for t, v in generalized)
+                    self.expect(f"{entry.name} in its TLV, {rule.text}", mapping.type, body, rule.code)
+        self.switching_points()
+        for message in wire.MESSAGES:
+            for tlv, read, word, _ in message.tlvs:
+                name = f"{tlv.name} in {message.name}"
+                if word and (name, word) not in self.seen and not self.unseen(message, tlv):
+                    self.faults.append(f"{name}: never seen written as {word:#06x}")
+        returned = {rule.code for _, rules in all_rules() for rule in rules}
+        self.faults += [f"{name}: of no rule" for name in codes() if name not in returned]
+
+    @staticmethod
+    def unseen(message, tlv):
+        """What a decoded record does not hold, or only another one than that of the base."""
+        return tlv in (wire.RETURNED_MSG, wire.MARKER) or tlv is wire.GROUP_ID or (
+            tlv is wire.MAC_LIST and message.name != "MAC Withdraw")
+
+    def switching_points(self):
+        log = ctypes.create_string_buffer(struct.pack("=QQIII", self.library.context.value, 0, 0, 0, 0), 64)
+        decode = self.library.qor.QOR_LDP_PKT_DecodeSPE
+        decode.restype = ctypes.c_uint32
+        for entry in [*wire.SPE_TLVS, wire.Format("switching point", 0, "", [], wire.SPE_RULES)]:
+            for rule in entry.rules:
+                for example in rule.examples:
+                    value = octets(example)
+                    count, entries = ctypes.c_uint8(), ctypes.create_string_buffer(80)
+                    found = decode(value, len(value), log, ctypes.byref(count), entries)
+                    self.done += 1
+                    if self.names.get(found, hex(found)) != rule.code:
+                        self.faults.append(f"{entry.name}: {example}: {hex(found)}, not {rule.code}")
+
+
+def main():
+    parser = argparse.ArgumentParser(usage=__doc__)
+    parser.add_argument("mode", choices=["write", "check"])
+    parser.add_argument("--libraries", nargs=2, required=True)
+    args = parser.parse_args()
+    library = Library(*args.libraries)
+    faults = []
+    for name, page in PAGES.items():
+        path, text = ROOT / name, globals()[page](library)
+        if args.mode == "write":
+            path.write_text(text)
+        elif not path.exists() or path.read_text() != text:
+            faults.append(f"{name}: not what scripts/wire-formats.py write would make")
+    check = Check(library)
+    check.run()
+    faults += check.faults
+    print("\n".join(faults))
+    print(f"{check.done} messages and TLVs tried, {len(faults)} faults")
+    return bool(faults)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
