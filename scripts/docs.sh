@@ -12,8 +12,11 @@ rm -rf build/doxygen build/manual
 mkdir -p build/manual
 {
     printf '# The qorldp manual\n\n'
-    mandoc -T markdown docs/qorldp.1 | sed -e '1,/^# NAME$/d' -e 's/^# /## /' -e 's/--/\\--/g' \
-        -e 's/\*qorldp-json.md\*/[JSON output of qorldp](docs\/qorldp-json.md)/'
+    # Doxygen would make a dash of "--".
+    mandoc -T markdown docs/qorldp.1 |
+        sed -E -e '1,/^# NAME$/d' -e 's/^# /## /' \
+            -e '/^\t/!s/\*\*--([a-z]+)\*\*/<b>\\--\1<\/b>/g' \
+            -e 's/\*qorldp-json.md\*/[JSON output of qorldp](docs\/qorldp-json.md)/'
 } >build/manual/qorldp.md
 run_logged doxygen doxygen docs/Doxyfile
 # README.md and the pages refer to files in these.
