@@ -9,6 +9,8 @@
 #ifndef QOR_HPP
 #define QOR_HPP
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -70,9 +72,10 @@ struct Result {
     }
 };
 
-/** One signalling message: a #QOR_LDP_SIGNAL_MSG_S with what it owns. Begins
- * empty, to be decoded into or filled by hand: buffers that it is given must come
- * from #HOST_MemAllocBySid, it releases them. Moves and does not copy, see copy(). */
+/** One signalling message: a #QOR_LDP_SIGNAL_MSG_S with what it owns. Begins zeroed, to be decoded
+ * into or filled by hand: then ucRtpMode = QOR_LDP_RTP_NOT_GIVEN and ulPwStatus = #QOR_LDP_PKT_NONE
+ * say that there is none. Buffers that it is given must come from #HOST_MemAllocBySid; it releases
+ * them, whatever ulMsgType is by then. Moves and does not copy, see copy(). */
 class Message {
   public:
     /** ctx must outlive the message; peer is its ulPeerIp. */
@@ -83,14 +86,14 @@ class Message {
     Message(Message &&other) noexcept : ctx_(other.ctx_) { take(other); }
     Message &operator=(Message &&other) noexcept {
         if (this != &other) {
-            QOR_LDP_PKT_FreeSignalMsg(&record_, ctx_);
+            release();
             ctx_ = other.ctx_;
             take(other);
         }
         return *this;
     }
     /** @} */
-    ~Message() { QOR_LDP_PKT_FreeSignalMsg(&record_, ctx_); }
+    ~Message() { release(); }
 
     /** Decodes the message that octets begin with into an emptied record; ulPeerIp
      * stays. octets may hold more, for instance the rest of the PDU. They must stay
@@ -99,15 +102,19 @@ class Message {
      * would turn those back.
      *
      * Returns #QOR_OK with the octets of the message; #QOR_ERR_ARG when octets do
-     * not hold the whole message yet; else the code of #QOR_LDP_PKT_DecodeMsg. */
+     * not hold the whole message yet; #QOR_LDP_ERR_TLV_LEN for a length field that
+     * leaves out the message ID, or above #QOR_LDP_PKT_MAX_MSG_LEN; else the code of
+     * #QOR_LDP_PKT_DecodeMsg. */
     [[nodiscard]] Result decode(std::span<std::uint8_t> octets) noexcept {
         clear();
-        if (octets.size() < kHeader) {
+        if (octets.size() < kBeforeLength) {
             return {QOR_ERR_ARG, 0};
         }
         const std::uint32_t length = std::uint32_t{octets[2]} << 8 | octets[3];
-        // The decoder refuses what is too long by its header alone.
-        if (length <= QOR_LDP_PKT_MAX_MSG_LEN && octets.size() < kBeforeLength + length) {
+        if (length < kMessageId || length > QOR_LDP_PKT_MAX_MSG_LEN) {
+            return {QOR_LDP_ERR_TLV_LEN, 0};
+        }
+        if (octets.size() < kBeforeLength + length) {
             return {QOR_ERR_ARG, 0};
         }
         const std::uint32_t code = QOR_LDP_PKT_DecodeMsg(octets.data(), &record_, ctx_);
@@ -124,23 +131,32 @@ class Message {
             return {QOR_ERR_ARG, 0};
         }
         const std::uint32_t octets = QOR_LDP_PKT_EncodeMsg(out.data(), &record_, ctx_);
+        if (octets != 0) {
+            turn_tag_back();
+        }
         return {octets != 0 ? QOR_OK : QOR_FAIL, octets};
     }
 
     /** Makes this a copy of other that owns all its buffers and points into no
-     * octets. Returns #QOR_OK; #QOR_ERR_ARG for other being this message;
-     * #QOR_ERR_NO_MEM, and then this message is empty. */
+     * octets; of the buffers, those that its ulMsgType has. Returns #QOR_OK;
+     * #QOR_ERR_ARG for other being this message; #QOR_ERR_NO_MEM, and then this
+     * message is empty. */
     [[nodiscard]] std::uint32_t copy(const Message &other) noexcept {
         if (this == &other) {
             return QOR_ERR_ARG;
         }
-        clear();
-        return QOR_LDP_PKT_CopySignalMsg(&record_, &other.record_, ctx_);
+        release();
+        const std::uint32_t code = QOR_LDP_PKT_CopySignalMsg(&record_, &other.record_, ctx_);
+        drop_foreign();
+        if (code != QOR_OK) {
+            clear();
+        }
+        return code;
     }
 
     /** Releases what the record owns and zeroes it but for ulPeerIp. */
     void clear() noexcept {
-        QOR_LDP_PKT_FreeSignalMsg(&record_, ctx_);
+        release();
         const std::uint32_t peer = record_.ulPeerIp;
         zero();
         record_.ulPeerIp = peer;
@@ -156,11 +172,52 @@ class Message {
     /** @} */
 
   private:
-    static constexpr std::size_t kHeader = 8;
-    static constexpr std::uint32_t kBeforeLength = 4;
+    static constexpr std::uint32_t kBeforeLength = 4;  // octets that the length does not count
+    static constexpr std::uint32_t kMessageId = 4;     // and those that it counts at least
+    static constexpr std::uint32_t kTagWords = 8;      // octets
 
     // By a call: what g++ puts in place of an assignment takes longer to start than to clear.
     void zero() noexcept { memset_s(&record_, sizeof record_, 0, sizeof record_); }
+
+    // The library releases what the type has; the type may have been changed since it was decoded.
+    void release() noexcept {
+        for (const std::uint32_t type :
+             {QOR_LDP_MSG_MAPPING, QOR_LDP_MSG_NOTIFICATION, QOR_LDP_MSG_MAC_WITHDRAW}) {
+            record_.ulMsgType = type;
+            QOR_LDP_PKT_FreeSignalMsg(&record_, ctx_);
+        }
+    }
+
+    // A copy made by the library has the pointers of other types as they were, and they are not
+    // its own.
+    void drop_foreign() noexcept {
+        if (record_.ulMsgType != QOR_LDP_MSG_MAPPING) {
+            record_.usIntfParaLen = 0;
+            record_.pucIntfPara = nullptr;
+            record_.szIntfDesc = nullptr;
+        }
+        if (record_.ulMsgType != QOR_LDP_MSG_NOTIFICATION) {
+            record_.usNotifyDataLen = 0;
+            record_.pucNotifyData = nullptr;
+        }
+        if (record_.ulMsgType != QOR_LDP_MSG_MAC_WITHDRAW) {
+            record_.ulMacLen = record_.ulPathVectorLen = record_.ulPwTagLen = 0;
+            record_.pucMacList = record_.pucPathVector = record_.pucPwTag = nullptr;
+            record_.stUnknownTlvList = {};
+        }
+    }
+
+    // Encoding brings the words of a PW tag to network order where they stand; the next encoding
+    // wants them in host order again.
+    void turn_tag_back() const noexcept {
+        if (std::endian::native == std::endian::little &&
+            record_.ulMsgType == QOR_LDP_MSG_MAC_WITHDRAW &&
+            record_.ulPwTagType == QOR_LDP_TLV_PW_TAG && record_.pucPwTag != nullptr &&
+            record_.ulPwTagLen >= kTagWords && record_.ulPwTagLen <= QOR_LDP_PKT_TLV_DATA_MAX) {
+            std::reverse(record_.pucPwTag, record_.pucPwTag + 4);
+            std::reverse(record_.pucPwTag + 4, record_.pucPwTag + kTagWords);
+        }
+    }
 
     // The list of unknown TLVs is a ring through its head, which has another address now.
     void take(Message &other) noexcept {

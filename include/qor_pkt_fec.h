@@ -160,7 +160,8 @@ QOR_EXPORT uint32_t QOR_LDP_PKT_EncodeIntfParaTlv(uint8_t **cursor,
                                                   const QOR_PKT_CTX_S *logCtx);
 
 /** Gives fecInfo a copy of signalMsg's description, if that is not empty; release
- * it with QOR_LDP_PKT_FreeIntfDesc. When memory is short fecInfo has none. */
+ * it with QOR_LDP_PKT_FreeIntfDesc. One that it holds is overwritten, not released.
+ * When memory is short fecInfo has none. */
 QOR_EXPORT void QOR_LDP_PKT_EncodeMappingMsgIntfDesc(QOR_LDP_PWID_FEC_INFO_S *fecInfo,
                                                      const QOR_LDP_SIGNAL_MSG_S *signalMsg,
                                                      const QOR_PKT_CTX_S *logCtx);

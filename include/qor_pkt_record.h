@@ -227,6 +227,8 @@ typedef struct QOR_LDP_TLV_HDR_S {
 } QOR_LDP_TLV_HDR_S;
 
 /** @name Bits of usFlags
+ * TLV 0x3FED is written without U bit: a peer that does not know it, this library
+ * included, refuses the message.
  * @{ */
 #define QOR_LDP_FLAG_ERR_NOTIFY 0x0001 /**< Notification: an LDP error, not a PW status */
 #define QOR_LDP_FLAG_MARKER 0x1000     /**< Label Mapping: TLV 0x3FED was met, is written */

@@ -3,7 +3,7 @@
 
 Reasons stand in a text file: a path, below it indented by 4 the lines of code it is about, below
 those indented by 8 why the tests do not reach them. A line that is not reached and has no reason
-is told as such.
+is told as such, and so is a reason that is about nothing, unless it begins with "Sometimes".
 """
 import argparse
 import json
@@ -45,7 +45,7 @@ arguments = parser.parse_args()
 
 reasons = read_reasons(arguments.reasons)
 counts = {"lines": [0, 0], "branches": [0, 0], "functions": [0, 0]}
-missed, unexplained = [], 0
+missed, unexplained, used = [], 0, set()
 
 
 def count(kind, reached):
@@ -75,9 +75,13 @@ for file in json.loads(pathlib.Path(arguments.report).read_text())["files"]:
 for path, number, what, text in missed:
     reason = reasons.get((path, text), "")
     unexplained += not reason
+    used.add((path, text))
     print(f"{path}:{number}: {what}: {text}\n    {reason or 'NO REASON GIVEN'}")
 print(f"{len(missed)} places not reached, {unexplained} of them without a reason")
+stale = [key for key, reason in reasons.items() if key not in used and not reason.startswith("Sometimes")]
+for path, text in stale:
+    print(f"{path}: reached, or gone, but has a reason: {text}")
 good = [share("lines", *counts["lines"], arguments.lines),
         share("branches", *counts["branches"], arguments.branches),
         share("functions", *counts["functions"], 100)]
-sys.exit(not all(good))
+sys.exit(not all(good) or unexplained != 0 or bool(stale))

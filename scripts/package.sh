@@ -9,7 +9,8 @@ set -euo pipefail
 cd "$root"
 
 build=build/package
-packages=(libqor1 libqor-dev qorldp)
+soname=$(sed -n 's/^project(qor VERSION \([0-9]*\)\..*/\1/p' CMakeLists.txt)
+packages=("libqor$soname" libqor-dev qorldp)
 case ${1:-} in
 '' | --test) ;;
 *) die "usage: scripts/package.sh [--test]" ;;
@@ -21,7 +22,7 @@ run_logged package-configure cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=
     -DQOR_BUILD_EXAMPLES=OFF
 run_logged package-build cmake --build "$build"
 run_logged package-make cpack --config "$build/CPackConfig.cmake" -B "$build"
-debs=("$build"/libqor1_*.deb "$build"/libqor-dev_*.deb "$build"/qorldp_*.deb)
+debs=("$build"/*.deb)
 say "made ${debs[*]##*/}"
 [ "${1:-}" = --test ] || exit 0
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds everything and runs every test and check. A failing step does not stop the others.
+# Builds library, tool and fuzzers and runs every test and check but those of scripts of their own:
+# coverage.sh, memcheck.sh, bench.sh. A failing step does not stop the others.
 #
 # The last line says how it went: "N passed, M failed", counting every test of the two test runs
 # and every other step as one. The exit status is 0 only when something passed and nothing failed.

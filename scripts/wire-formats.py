@@ -92,6 +92,14 @@ def statuses():
     return {int(v, 16): n for n, v in re.findall(r"#define (QOR_LDP_STATUS_\w+) UINT32_C\((0x\w+)\)", header)}
 
 
+def tlv_types():
+    """Those that the code has names for."""
+    private = (ROOT / "src/pkt/qor_pkt_ldp.hpp").read_text()
+    public = (ROOT / "include/qor_pkt_tlv.h").read_text()
+    return {int(t, 16) for t in re.findall(r"kTlv\w+ = (0x[0-9A-F]{4});", private) if t != "0x3FFF"} | {
+        int(t, 16) for t in re.findall(r"QOR_LDP_TLV_\w+ UINT32_C\((0x\w+)\)", public)}
+
+
 # ---- Diagrams
 
 
@@ -375,6 +383,8 @@ class Check:
                 name = f"{tlv.name} in {message.name}"
                 if word and (name, word) not in self.seen and not self.unseen(message, tlv):
                     self.faults.append(f"{name}: never seen written as {word:#06x}")
+        described = {tlv.type for tlv in wire.TLVS}
+        self.faults += [f"TLV 0x{t:04X}: of the codec, but without a format" for t in sorted(tlv_types() - described)]
         returned = {rule.code for _, rules in all_rules() for rule in rules}
         self.faults += [f"{name}: of no rule" for name in codes() if name not in returned]
 

@@ -2,7 +2,6 @@
 #include "qor_pkt.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "pkt/qor_pkt_ldp.hpp"
 

@@ -6,6 +6,8 @@ namespace {
 
 using qor::RefuseNull;
 using qor::Where;
+using qor::pkt::Duplicate;
+using qor::pkt::DuplicateText;
 using qor::pkt::ForEachNode;
 using qor::pkt::kModel;
 
@@ -21,18 +23,8 @@ enum AllocTag : uint32_t {
     kTagNodeData = 22,
 };
 
-// *data := a copy of the n octets at from; false, reported, when memory is short.
-bool Duplicate(Where where, const QOR_PKT_CTX_S *ctx, AllocTag tag, const uint8_t *from, uint32_t n,
-               uint8_t **data) {
-    *data = static_cast<uint8_t *>(HOST_MemAllocBySid(ctx->ulSid, n, tag));
-    if (RefuseNull(where, *data)) {
-        return false;
-    }
-    qor::CopyChecked(where, *data, n, from, n);
-    return true;
-}
-
-// As Duplicate, for a buffer and its length field: nothing to copy makes both empty.
+// As Duplicate, for a buffer and its length field: nothing to copy makes both empty. False when
+// memory is short.
 template <class Length>
 bool DuplicateBuffer(Where where, const QOR_PKT_CTX_S *ctx, AllocTag tag, const uint8_t *from,
                      uint8_t **data, Length *length) {
@@ -41,7 +33,8 @@ bool DuplicateBuffer(Where where, const QOR_PKT_CTX_S *ctx, AllocTag tag, const 
         *length = 0;
         return true;
     }
-    return Duplicate(where, ctx, tag, from, *length, data);
+    *data = Duplicate(where, ctx, tag, from, *length);
+    return *data != nullptr;
 }
 
 template <class Length>
@@ -64,11 +57,9 @@ bool CopyNodes(QOR_LDP_SIGNAL_MSG_S *dst, const QOR_LDP_SIGNAL_MSG_S *src,
         // Zeroed whole: the release after a failure below looks at the data pointer.
         *node = {};
         qor::Append(&dst->stUnknownTlvList, reinterpret_cast<HOST_DLL_NODE_S *>(node));
-        if (!Duplicate(kModel, ctx, kTagNodeData, from->pucTlv, from->ulTlvLen, &node->pucTlv)) {
-            return false;
-        }
+        node->pucTlv = Duplicate(kModel, ctx, kTagNodeData, from->pucTlv, from->ulTlvLen);
         node->ulTlvLen = from->ulTlvLen;
-        return true;
+        return node->pucTlv != nullptr;
     });
 }
 
@@ -128,6 +119,24 @@ void FreeMacWithdraw(QOR_LDP_SIGNAL_MSG_S *msg, const QOR_PKT_CTX_S *ctx) {
 
 namespace qor::pkt {
 
+uint8_t *Duplicate(Where where, const QOR_PKT_CTX_S *ctx, uint32_t tag, const uint8_t *from,
+                   uint32_t n) {
+    auto *copy = static_cast<uint8_t *>(HOST_MemAllocBySid(ctx->ulSid, n, tag));
+    if (!RefuseNull(where, copy)) {
+        CopyChecked(where, copy, n, from, n);
+    }
+    return copy;
+}
+
+char *DuplicateText(Where where, const QOR_PKT_CTX_S *ctx, uint32_t tag, const char *text) {
+    const uint32_t room = HOST_StrLen(text) + 1;
+    auto *copy = static_cast<char *>(HOST_MemAllocBySid(ctx->ulSid, room, tag));
+    if (!RefuseNull(where, copy)) {
+        CopyTextChecked(where, copy, room, text);
+    }
+    return copy;
+}
+
 void FreeMappingBuffers(Where where, QOR_LDP_SIGNAL_MSG_S *msg) {
     FreeBuffer(where, &msg->pucIntfPara, &msg->usIntfParaLen);
     FreeAndClear(where, &msg->szIntfDesc);
@@ -177,13 +186,8 @@ uint32_t QOR_LDP_PKT_CopySignalMappingMsg(QOR_LDP_SIGNAL_MSG_S *dst,
         return QOR_FAIL;
     }
     if (src->szIntfDesc != nullptr) {
-        const uint32_t room = HOST_StrLen(src->szIntfDesc) + 1;
-        auto *text = static_cast<char *>(HOST_MemAllocBySid(ctx->ulSid, room, kTagIntfDesc));
-        if (RefuseNull(kModel, text)) {
-            return QOR_FAIL;
-        }
-        qor::CopyTextChecked(kModel, text, room, src->szIntfDesc);
-        dst->szIntfDesc = text;
+        dst->szIntfDesc = DuplicateText(kModel, ctx, kTagIntfDesc, src->szIntfDesc);
+        return dst->szIntfDesc != nullptr ? QOR_OK : QOR_FAIL;
     }
     return QOR_OK;
 }

@@ -31,7 +31,8 @@ inline constexpr uint16_t kFBit = 0x4000;
 inline constexpr uint16_t kTlvTypeMask = 0x3FFF;
 inline constexpr uint16_t kMsgTypeMask = 0x7FFF;
 
-// TLV types, RFC 5036 section 3.4 and RFC 8077 section 8.1; U and F bits removed.
+// TLV types, U and F bits removed: RFC 5036 section 3.4, RFC 8077 section 8.1, RFC 6073
+// section 7.4.
 inline constexpr uint16_t kTlvFec = 0x0100;
 inline constexpr uint16_t kTlvAddrList = 0x0101;
 inline constexpr uint16_t kTlvPathVector = 0x0104;
@@ -46,7 +47,7 @@ inline constexpr uint16_t kTlvPwStatus = 0x096A;
 inline constexpr uint16_t kTlvIntfPara = 0x096B;
 inline constexpr uint16_t kTlvGroupId = 0x096C;
 inline constexpr uint16_t kTlvSpe = 0x096D;
-inline constexpr uint16_t kTlvMarker = 0x3FED;
+inline constexpr uint16_t kTlvMarker = 0x3FED;  // a vendor's
 
 inline constexpr uint8_t kElementPwId = 0x80;     // FEC 128
 inline constexpr uint8_t kElementGenPwId = 0x81;  // FEC 129
@@ -76,6 +77,19 @@ inline QOR_LOG_S *LogOf(const QOR_PKT_CTX_S *ctx) {
 // Only exactly 1 traces.
 inline bool Tracing(const QOR_PKT_CTX_S *ctx) {
     return ctx != nullptr && ctx->ulDebugSwitch == 1;
+}
+
+// ---- Tables
+
+// The row of a table that has the type, or nullptr.
+template <class Row, size_t kRows>
+constexpr const Row *FindRow(const Row (&rows)[kRows], uint32_t type) {
+    for (const Row &row : rows) {
+        if (row.type == type) {
+            return &row;
+        }
+    }
+    return nullptr;
 }
 
 // ---- Decoding messages
@@ -237,6 +251,12 @@ void StoreParameters(const QOR_LDP_INTF_PARA_S &para, QOR_LDP_SIGNAL_MSG_S *msg)
 void LoadParameters(const QOR_LDP_SIGNAL_MSG_S *msg, QOR_LDP_INTF_PARA_S *para);
 
 // ---- Pieces shared by model and decoders
+
+// Copies for another owner, allocated by the codec context; nullptr, reported, when memory is
+// short. tag: one number per place, for the host's bookkeeping.
+uint8_t *Duplicate(Where where, const QOR_PKT_CTX_S *ctx, uint32_t tag, const uint8_t *from,
+                   uint32_t n);
+char *DuplicateText(Where where, const QOR_PKT_CTX_S *ctx, uint32_t tag, const char *text);
 
 // Releases the two buffers that a Label Mapping owns.
 void FreeMappingBuffers(Where where, QOR_LDP_SIGNAL_MSG_S *msg);

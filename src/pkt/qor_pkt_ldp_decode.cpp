@@ -1,8 +1,6 @@
 // Message headers, dispatch by type, and the one walk over the TLVs of a message.
 #include "pkt/qor_pkt_ldp.hpp"
 
-#include <algorithm>
-
 namespace {
 
 using qor::RefuseNull;
@@ -138,9 +136,7 @@ uint32_t QOR_LDP_PKT_DecodeMsg(const uint8_t *msg, QOR_LDP_SIGNAL_MSG_S *rec,
                        rec->ulPeerIp, rec->ulMsgType, unsigned{length});
     }
     uint32_t result = QOR_LDP_ERR_MSG_TYPE;
-    const auto *row = std::find_if(std::begin(kDecoders), std::end(kDecoders),
-                                   [rec](const Decoder &d) { return d.type == rec->ulMsgType; });
-    if (row != std::end(kDecoders)) {
+    if (const Decoder *row = pkt::FindRow(kDecoders, rec->ulMsgType); row != nullptr) {
         result = row->decode(msg, rec, ctx);
     } else {
         QOR_LOG_DevLog(LogOf(ctx), "QOR PKT: DecodeMsg unknwon msg type: %u", rec->ulMsgType);

@@ -1,8 +1,6 @@
 // Encode dispatch, and what the encoders of several messages share.
 #include "pkt/qor_pkt_ldp.hpp"
 
-#include <algorithm>
-
 namespace {
 
 using qor::RefuseNull;
@@ -80,9 +78,7 @@ uint32_t QOR_LDP_PKT_EncodeMsg(uint8_t *buf, const QOR_LDP_SIGNAL_MSG_S *rec, QO
         return 0;
     }
     uint32_t length = 0;
-    const auto *row = std::find_if(std::begin(kEncoders), std::end(kEncoders),
-                                   [rec](const Encoder &e) { return e.type == rec->ulMsgType; });
-    if (row != std::end(kEncoders)) {
+    if (const Encoder *row = pkt::FindRow(kEncoders, rec->ulMsgType); row != nullptr) {
         length = row->encode(buf, rec, ctx);
     } else {
         qor::Report(kEncode);

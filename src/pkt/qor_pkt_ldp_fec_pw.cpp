@@ -114,10 +114,6 @@ uint32_t QOR_LDP_PKT_DecodeVcFec128(const uint8_t *element, uint32_t remaining,
     if (length == kFixedLen) {
         return QOR_OK;
     }
-    if (length < kFixedLen) {  // guards the subtraction below, should a check above ever change
-        QOR_LOG_DevLog(LogOf(ctx), "QOR_PKT: Invalid decodelen %u, feclen %u", kFixedLen, length);
-        return QOR_LDP_ERR_PW_FEC;
-    }
     logCtx->ulPwType = fecInfo->stKey.ucPwType;
     logCtx->ulPwId = fecInfo->stKey.ulPwId;
     return QOR_LDP_PKT_DecodeIntfParaSubTlv(element + kFixedLen, length - kFixedLen,

@@ -7,6 +7,7 @@
 namespace {
 
 using qor::RefuseNull;
+using qor::pkt::DuplicateText;
 using qor::pkt::kDecode;
 using qor::pkt::kEncode;
 using qor::pkt::LogOf;
@@ -150,26 +151,15 @@ void PutDescription(wire::Writer &out, const char *text, uint32_t max) {
     out.U8('\0');
 }
 
-// A copy of text for another owner; NULL, reported, when memory is short.
-char *DuplicateText(qor::Where where, const QOR_PKT_CTX_S *ctx, AllocTag tag, const char *text) {
-    const uint32_t room = HOST_StrLen(text) + 1;
-    auto *copy = static_cast<char *>(HOST_MemAllocBySid(ctx->ulSid, room, tag));
-    if (!RefuseNull(where, copy)) {
-        qor::CopyTextChecked(where, copy, room, text);
-    }
-    return copy;
-}
-
 uint32_t KeepRawTlv(const uint8_t *value, uint32_t length, QOR_LDP_SIGNAL_MSG_S *msg,
                     const QOR_PKT_CTX_S *ctx) {
     qor::FreeAndClear(kDecode, &msg->pucIntfPara);
     msg->usIntfParaLen = 0;
-    msg->pucIntfPara = static_cast<uint8_t *>(HOST_MemAllocBySid(ctx->ulSid, length, kTagRawTlv));
-    if (RefuseNull(kDecode, msg->pucIntfPara)) {
+    msg->pucIntfPara = qor::pkt::Duplicate(kDecode, ctx, kTagRawTlv, value, length);
+    if (msg->pucIntfPara == nullptr) {
         return QOR_ERR_NO_MEM;
     }
     msg->usIntfParaLen = static_cast<uint16_t>(length);
-    qor::CopyChecked(kDecode, msg->pucIntfPara, length, value, length);
     return QOR_OK;
 }
 

@@ -42,7 +42,7 @@ uint32_t DecodeSpe(Walk &walk, const Tlv &tlv) {
     return QOR_OK;
 }
 
-// Remembered even when its U bit then fails the message.
+// Remembered even when the message then fails, for want of a U bit.
 uint32_t DecodeMarker(Walk &walk, const Tlv &tlv) {
     walk.rec->usFlags |= QOR_LDP_FLAG_MARKER;
     return pkt::HandleUnknown(walk, tlv, walk.rule.unknown);

@@ -106,15 +106,6 @@ constexpr MacEncoder kEncoders[] = {
     {QOR_LDP_TLV_VENDOR_FLUSH, false, QOR_LDP_PKT_EncodeMacVendorFlushTlv},
 };
 
-const MacEncoder *FindEncoder(uint32_t type) {
-    for (const MacEncoder &encoder : kEncoders) {
-        if (encoder.type == type) {
-            return &encoder;
-        }
-    }
-    return nullptr;
-}
-
 bool HasMacData(const QOR_LDP_SIGNAL_MSG_S *msg) {
     return msg->ulMacLen != 0 && msg->pucMacList != nullptr;
 }
@@ -317,7 +308,7 @@ uint32_t QOR_LDP_PKT_EncodeMacwithdrawMsg(uint8_t *out, const QOR_LDP_SIGNAL_MSG
     if (RefuseNull(kEncode, out, signalMsg, ctx)) {
         return 0;
     }
-    const MacEncoder *encoder = FindEncoder(signalMsg->ulMacTlvType);
+    const MacEncoder *encoder = pkt::FindRow(kEncoders, signalMsg->ulMacTlvType);
     if (encoder != nullptr && encoder->needsData && !HasMacData(signalMsg)) {
         qor::Report(kEncode);
         return 0;

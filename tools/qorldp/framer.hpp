@@ -52,6 +52,7 @@ class Framer {
     // The stream ends. Tells a PDU that was cut.
     void End(MessageSink &sink);
 
+    // Octets that were fed, for checks.
     uint64_t Offset() const { return offset_ + partial_.size(); }
     // Memory that the framer holds, in octets.
     size_t Held() const { return partial_.capacity(); }

@@ -8,10 +8,8 @@
 
 namespace {
 
-// Ticks of either kind run in fixed relation to the monotonic clock.
-constexpr uint64_t kTicksPerSecond = 1000;
-constexpr uint64_t kNsPerTick = qor::host::kNsPerSecond / kTicksPerSecond;
-constexpr uint64_t kCpuTicksPerMs = 1'000'000;
+// A scheduler tick is a millisecond, a CPU tick a nanosecond of the monotonic clock.
+constexpr uint64_t kCpuTicksPerMs = qor::host::kNsPerMs;
 
 void Split(uint64_t value, uint32_t *high, uint32_t *low) {
     *high = static_cast<uint32_t>(value >> 32);
@@ -79,12 +77,11 @@ uint32_t HOST_SecondNow(uint32_t *sec, uint32_t *subSec) {
 }
 
 uint32_t HOST_TickGet(uint32_t *tickHigh, uint32_t *tickLow) {
-    Split(qor::host::MonotonicNs() / kNsPerTick, tickHigh, tickLow);
+    Split(qor::host::MonotonicNs() / qor::host::kNsPerMs, tickHigh, tickLow);
     return 0;
 }
 
 uint32_t HOST_TickMs2Tick(uint32_t msHigh, uint32_t msLow, uint32_t *tickHigh, uint32_t *tickLow) {
-    static_assert(kTicksPerSecond == 1000);
     Split(Join(msHigh, msLow), tickHigh, tickLow);
     return 0;
 }

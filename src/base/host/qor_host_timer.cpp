@@ -12,16 +12,14 @@
 
 namespace {
 
-using qor::host::kNsPerSecond;
+using qor::host::kMsPerSecond;
+using qor::host::kNsPerMs;
 using qor::host::TimerQueue;
-
-constexpr uint64_t kTicksPerSecond = 1000;
-constexpr uint64_t kNsPerTick = kNsPerSecond / kTicksPerSecond;
 
 struct Owner {
     TimerQueue queue;
     int fd;
-    uint64_t wakeAt;  // the tick that fd is set to
+    uint64_t wakeAt;  // the tick, a millisecond, that fd is set to
 };
 
 Owner *FromHandle(uint64_t owner) {
@@ -29,14 +27,14 @@ Owner *FromHandle(uint64_t owner) {
 }
 
 uint64_t Now() {
-    return qor::host::MonotonicNs() / kNsPerTick;
+    return qor::host::MonotonicNs() / kNsPerMs;
 }
 
 void SetWake(Owner *owner, uint64_t at) {
     itimerspec spec{};  // all zero disarms
     if (at != TimerQueue::kNever) {
-        spec.it_value.tv_sec = static_cast<time_t>(at / kTicksPerSecond);
-        spec.it_value.tv_nsec = static_cast<long>(at % kTicksPerSecond * kNsPerTick);
+        spec.it_value.tv_sec = static_cast<time_t>(at / kMsPerSecond);
+        spec.it_value.tv_nsec = static_cast<long>(at % kMsPerSecond * kNsPerMs);
     }
     timerfd_settime(owner->fd, TFD_TIMER_ABSTIME, &spec, nullptr);
     owner->wakeAt = at;
@@ -47,7 +45,7 @@ uint64_t Arm(uint64_t handle, uint64_t seconds, bool periodic, uint32_t type, ui
     if (!owner) {
         return 0;
     }
-    const uint64_t delay = seconds * kTicksPerSecond;
+    const uint64_t delay = seconds * kMsPerSecond;
     const uint64_t now = Now();
     // The tick has begun already, so an interval ends in the one after.
     const uint64_t deadline = delay == 0 ? now : now + delay + 1;
