@@ -3,21 +3,21 @@
 #ifndef QOR_H
 #define QOR_H
 
-#include "qor_avl.h"
-#include "qor_base.h"
-#include "qor_dbg.h"
-#include "qor_dq.h"
-#include "qor_file.h"
-#include "qor_fsm.h"
-#include "qor_host.h"
-#include "qor_log.h"
-#include "qor_mam.h"
-#include "qor_pads.h"
-#include "qor_pdpwe3i.h"
-#include "qor_pkt.h"
-#include "qor_systime.h"
-#include "qor_types.h"
-#include "qor_walk.h"
-#include "qor_wdll.h"
+#include "qor_avl.h"     /* IWYU pragma: export */
+#include "qor_base.h"    /* IWYU pragma: export */
+#include "qor_dbg.h"     /* IWYU pragma: export */
+#include "qor_dq.h"      /* IWYU pragma: export */
+#include "qor_file.h"    /* IWYU pragma: export */
+#include "qor_fsm.h"     /* IWYU pragma: export */
+#include "qor_host.h"    /* IWYU pragma: export */
+#include "qor_log.h"     /* IWYU pragma: export */
+#include "qor_mam.h"     /* IWYU pragma: export */
+#include "qor_pads.h"    /* IWYU pragma: export */
+#include "qor_pdpwe3i.h" /* IWYU pragma: export */
+#include "qor_pkt.h"     /* IWYU pragma: export */
+#include "qor_systime.h" /* IWYU pragma: export */
+#include "qor_types.h"   /* IWYU pragma: export */
+#include "qor_walk.h"    /* IWYU pragma: export */
+#include "qor_wdll.h"    /* IWYU pragma: export */
 
 #endif

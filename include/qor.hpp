@@ -11,12 +11,11 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
 
-#include "qor.h"
+#include "qor.h"  // IWYU pragma: export
 
 /** The C++ face, see qor.hpp. */
 namespace qor {

@@ -11,8 +11,8 @@
 #ifndef QOR_AVL_H
 #define QOR_AVL_H
 
-#include "qor_host.h"
-#include "qor_walk.h"
+#include "qor_host.h" /* IWYU pragma: export */
+#include "qor_walk.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

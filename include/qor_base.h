@@ -6,7 +6,7 @@
 #ifndef QOR_BASE_H
 #define QOR_BASE_H
 
-#include "qor_types.h"
+#include "qor_types.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -11,7 +11,7 @@
 
 #include <stdarg.h>
 
-#include "qor_types.h"
+#include "qor_types.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

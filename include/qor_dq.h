@@ -18,7 +18,7 @@
 #ifndef QOR_DQ_H
 #define QOR_DQ_H
 
-#include "qor_host.h"
+#include "qor_host.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

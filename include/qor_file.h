@@ -8,7 +8,7 @@
 #ifndef QOR_FILE_H
 #define QOR_FILE_H
 
-#include "qor_types.h"
+#include "qor_types.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -13,7 +13,7 @@
 #ifndef QOR_FSM_H
 #define QOR_FSM_H
 
-#include "qor_host.h"
+#include "qor_host.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -13,8 +13,8 @@
 #ifndef QOR_HOST_POSIX_H
 #define QOR_HOST_POSIX_H
 
-#include "qor_host.h"
-#include "qor_types.h"
+#include "qor_host.h"  /* IWYU pragma: export */
+#include "qor_types.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -6,7 +6,7 @@
 #ifndef QOR_LOG_H
 #define QOR_LOG_H
 
-#include "qor_types.h"
+#include "qor_types.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

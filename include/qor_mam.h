@@ -6,7 +6,7 @@
 #ifndef QOR_MAM_H
 #define QOR_MAM_H
 
-#include "qor_host.h"
+#include "qor_host.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -8,7 +8,7 @@
 #ifndef QOR_PDPWE3I_H
 #define QOR_PDPWE3I_H
 
-#include "qor_pkt_record.h"
+#include "qor_pkt_record.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -9,12 +9,12 @@
 #ifndef QOR_PKT_H
 #define QOR_PKT_H
 
-#include "qor_pkt_bgp.h"
-#include "qor_pkt_fec.h"
-#include "qor_pkt_msg.h"
-#include "qor_pkt_record.h"
-#include "qor_pkt_report.h"
-#include "qor_pkt_tlv.h"
+#include "qor_pkt_bgp.h"    /* IWYU pragma: export */
+#include "qor_pkt_fec.h"    /* IWYU pragma: export */
+#include "qor_pkt_msg.h"    /* IWYU pragma: export */
+#include "qor_pkt_record.h" /* IWYU pragma: export */
+#include "qor_pkt_report.h" /* IWYU pragma: export */
+#include "qor_pkt_tlv.h"    /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -6,7 +6,7 @@
 #ifndef QOR_PKT_BGP_H
 #define QOR_PKT_BGP_H
 
-#include "qor_types.h"
+#include "qor_types.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

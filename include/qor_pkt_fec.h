@@ -9,7 +9,7 @@
 #ifndef QOR_PKT_FEC_H
 #define QOR_PKT_FEC_H
 
-#include "qor_pkt_record.h"
+#include "qor_pkt_record.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

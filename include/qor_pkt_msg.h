@@ -16,7 +16,7 @@
 #ifndef QOR_PKT_MSG_H
 #define QOR_PKT_MSG_H
 
-#include "qor_pkt_record.h"
+#include "qor_pkt_record.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

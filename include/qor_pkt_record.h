@@ -9,9 +9,9 @@
 #ifndef QOR_PKT_RECORD_H
 #define QOR_PKT_RECORD_H
 
-#include "qor_base.h"
-#include "qor_host.h"
-#include "qor_pkt_bgp.h"
+#include "qor_base.h"    /* IWYU pragma: export */
+#include "qor_host.h"    /* IWYU pragma: export */
+#include "qor_pkt_bgp.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

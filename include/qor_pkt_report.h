@@ -6,7 +6,7 @@
 #ifndef QOR_PKT_REPORT_H
 #define QOR_PKT_REPORT_H
 
-#include "qor_pkt_record.h"
+#include "qor_pkt_record.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -13,7 +13,7 @@
 #ifndef QOR_PKT_TLV_H
 #define QOR_PKT_TLV_H
 
-#include "qor_pkt_record.h"
+#include "qor_pkt_record.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -7,7 +7,7 @@
 #ifndef QOR_SYSTIME_H
 #define QOR_SYSTIME_H
 
-#include "qor_host.h"
+#include "qor_host.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -8,8 +8,8 @@
 #ifndef QOR_TYPES_H
 #define QOR_TYPES_H
 
-#include <stddef.h>
-#include <stdint.h>
+#include <stddef.h> /* IWYU pragma: export */
+#include <stdint.h> /* IWYU pragma: export */
 
 /** For C and C++: C linkage around declarations, an assertion at compile time. @{ */
 #ifdef __cplusplus

@@ -17,7 +17,7 @@
 #ifndef QOR_WALK_H
 #define QOR_WALK_H
 
-#include "qor_types.h"
+#include "qor_types.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

@@ -12,7 +12,7 @@
 #ifndef QOR_WDLL_H
 #define QOR_WDLL_H
 
-#include "qor_host.h"
+#include "qor_host.h" /* IWYU pragma: export */
 
 QOR_BEGIN_DECLS
 

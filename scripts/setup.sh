@@ -2,7 +2,7 @@
 # Installs the Debian packages that are missing.
 #
 #   scripts/setup.sh demo    what building and running the tool takes
-#   scripts/setup.sh test    (the default) what the whole test run takes as well
+#   scripts/setup.sh test    (the default) what the whole test run takes as well, all of it
 #   scripts/setup.sh bench   what the benchmarks take, beside what the tool takes
 #
 # When everything is there, no package manager is called and no privilege is needed.
@@ -33,6 +33,7 @@ test file               file
 test frr                lib/frr/ldpd
 test gcovr              gcovr
 test iproute2           ip
+test iwyu               iwyu_tool
 test mandoc             mandoc
 test shellcheck         shellcheck
 test tcpdump            tcpdump
@@ -58,7 +59,7 @@ is_there() {
 missing() {
     local set package probe
     while read -r set package probe; do
-        if [ -n "$set" ] && { [ "$set" = demo ] || [ "$set" = "$1" ]; }; then
+        if [ -n "$set" ] && { [ "$set" = demo ] || [ "$set" = "$1" ] || [ "$1" = test ]; }; then
             is_there "$probe" || printf '%s ' "$package"
         fi
     done <<<"$needs"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds library, tool and fuzzers and runs every test and check but those of scripts of their own:
+# Builds library, tool, fuzzers and benchmarks and runs every test and check but those of scripts of their own:
 # coverage.sh, memcheck.sh, bench.sh. A failing step does not stop the others.
 #
 # The last line says how it went: "N passed, M failed", counting every test of the two test runs
@@ -124,6 +124,8 @@ for preset in release debug; do
     run_tests "$preset"
 done
 check build-clang build clang || true
+check includes scripts/includes-check.py build/clang || true
+check build-bench build bench || true
 check format check_format || true
 check scripts check_scripts || true
 check manual check_manual || true

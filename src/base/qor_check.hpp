@@ -1,13 +1,11 @@
 // What every module does the same way: refuse NULL arguments, report failed bounded routines.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <type_traits>
 
-#include "qor_host.h"
-#include "qor_types.h"
+#include "qor_host.h"   // IWYU pragma: export
+#include "qor_types.h"  // IWYU pragma: export
 
 namespace qor {
 

@@ -1,7 +1,7 @@
 // What users of the host's containers need beside its operations.
 #pragma once
 
-#include "qor_host.h"
+#include "qor_host.h"  // IWYU pragma: export
 
 namespace qor {
 

@@ -1,7 +1,7 @@
 // Texts: put together in a caller's buffer, and their line breaks.
 #pragma once
 
-#include "qor_host.h"
+#include "qor_host.h"  // IWYU pragma: export
 
 namespace qor {
 

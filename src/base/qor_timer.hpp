@@ -1,7 +1,7 @@
 // The host's timers as the library uses them.
 #pragma once
 
-#include "qor_host.h"
+#include "qor_host.h"  // IWYU pragma: export
 
 namespace qor {
 

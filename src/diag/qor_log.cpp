@@ -1,5 +1,7 @@
 #include "qor_log.h"
 
+#include <cstdarg>
+
 #include "base/qor_check.hpp"
 #include "base/qor_text.hpp"
 #include "qor_mam.h"

@@ -1,6 +1,7 @@
 #include "qor_mam.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstring>
 
 #include "base/qor_check.hpp"

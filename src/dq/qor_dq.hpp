@@ -1,9 +1,9 @@
 // Private to the timed key queue: what its files share.
 #pragma once
 
-#include "base/qor_check.hpp"
-#include "base/qor_links.hpp"
-#include "qor_dq.h"
+#include "base/qor_check.hpp"  // IWYU pragma: export
+#include "base/qor_links.hpp"  // IWYU pragma: export
+#include "qor_dq.h"            // IWYU pragma: export
 
 namespace qor::dq {
 

@@ -5,10 +5,10 @@
 // no type any more, so that no operation finds or accepts it.
 #pragma once
 
-#include "base/qor_check.hpp"
-#include "base/qor_links.hpp"
-#include "base/qor_watch.hpp"
-#include "qor_pads.h"
+#include "base/qor_check.hpp"  // IWYU pragma: export
+#include "base/qor_links.hpp"  // IWYU pragma: export
+#include "base/qor_watch.hpp"  // IWYU pragma: export
+#include "qor_pads.h"          // IWYU pragma: export
 
 namespace qor::pads {
 

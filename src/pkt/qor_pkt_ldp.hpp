@@ -5,13 +5,12 @@
 // its direction: kDecode or kEncode.
 #pragma once
 
-#include <cstdint>
 #include <span>
 
-#include "base/qor_check.hpp"
-#include "pkt/qor_pkt_wire.hpp"
-#include "qor_log.h"
-#include "qor_pkt.h"
+#include "base/qor_check.hpp"    // IWYU pragma: export
+#include "pkt/qor_pkt_wire.hpp"  // IWYU pragma: export
+#include "qor_log.h"             // IWYU pragma: export
+#include "qor_pkt.h"             // IWYU pragma: export
 
 namespace qor::pkt {
 

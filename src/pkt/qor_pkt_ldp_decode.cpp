@@ -1,4 +1,6 @@
 // Message headers, dispatch by type, and the one walk over the TLVs of a message.
+#include <span>
+
 #include "pkt/qor_pkt_ldp.hpp"
 
 namespace {

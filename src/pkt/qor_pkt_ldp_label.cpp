@@ -1,4 +1,6 @@
 // Label Mapping, Request, Withdraw and Release (RFC 5036 sections 3.5.7 to 3.5.11).
+#include <span>
+
 #include "pkt/qor_pkt_ldp.hpp"
 
 namespace {

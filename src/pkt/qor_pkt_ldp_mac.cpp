@@ -1,6 +1,7 @@
 // MAC Withdraw: an Address Withdraw message for a pseudowire (RFC 4762 section 6.2), with the MAC
 // list (0x0404), PE-ID list (0x0405), flush (0x0406) and vendor TLVs.
 #include <cstring>
+#include <span>
 
 #include "base/qor_links.hpp"
 #include "pkt/qor_pkt_ldp.hpp"

@@ -3,6 +3,8 @@
 //
 //   message header (8) | Status TLV: 0x0300, 10, code (32), message ID (32), message type (16) |
 //   TLVs
+#include <span>
+
 #include "pkt/qor_pkt_ldp.hpp"
 
 namespace {

@@ -1,6 +1,7 @@
 // TLVs that several messages share or that are not of a MAC kind: address list, path vector, PW
 // tag, PW Group ID, switching points, unknown TLVs.
 #include <algorithm>
+#include <cstring>
 
 #include "base/qor_links.hpp"
 #include "pkt/qor_pkt_ldp.hpp"

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <pcap/pcap.h>
+#include <cstdint>
 
 #include <cstdio>
 #include <memory>
 #include <string>
 
+#include "bytes.hpp"
 #include "packet.hpp"
 
 namespace qorldp {

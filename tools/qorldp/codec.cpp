@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdint>
+#include <memory>
 #include <new>
 
 #include "qor_host_posix.h"

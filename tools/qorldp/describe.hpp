@@ -3,10 +3,15 @@
 #pragma once
 
 #include <algorithm>
+#include <span>
+#include <string_view>
 
+#include "bytes.hpp"
 #include "codec.hpp"
 #include "message.hpp"
 #include "names.hpp"
+#include "qor.hpp"
+#include "scan.hpp"
 
 namespace qorldp {
 

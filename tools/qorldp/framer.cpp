@@ -1,8 +1,5 @@
 #include "framer.hpp"
 
-#include <algorithm>
-#include <cstring>
-
 #include "names.hpp"
 
 namespace qorldp {

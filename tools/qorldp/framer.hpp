@@ -1,6 +1,8 @@
 // Cutting a stream of octets into LDP PDUs and messages (RFC 5036 section 3.1).
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "bytes.hpp"

@@ -1,6 +1,10 @@
 #include "link_layer.hpp"
 
 #include <pcap/dlt.h>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
 
 #include <algorithm>
 

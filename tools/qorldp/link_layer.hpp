@@ -1,6 +1,7 @@
 // From a captured frame to the LDP octets in it.
 #pragma once
 
+#include "bytes.hpp"
 #include "packet.hpp"
 
 namespace qorldp {

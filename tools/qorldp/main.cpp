@@ -6,20 +6,28 @@
 #include <algorithm>
 #include <cerrno>
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
+#include <CLI/Config.hpp>     // IWYU pragma: keep
+#include <CLI/Formatter.hpp>  // IWYU pragma: keep
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "bytes.hpp"
 #include "capture.hpp"
+#include "codec.hpp"
+#include "output.hpp"
+#include "packet.hpp"
+#include "printer.hpp"
 #include "progress.hpp"
 #include "session.hpp"
+#include "stats.hpp"
 
 namespace {
 

@@ -2,6 +2,8 @@
 
 #include <arpa/inet.h>
 
+#include <array>
+
 namespace qorldp {
 namespace {
 

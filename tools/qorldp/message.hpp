@@ -4,9 +4,10 @@
 #include <string>
 #include <string_view>
 
-#include "codec.hpp"
+#include "bytes.hpp"
 #include "framer.hpp"
 #include "packet.hpp"
+#include "qor.hpp"
 #include "scan.hpp"
 
 namespace qorldp {

@@ -1,7 +1,6 @@
 #include "names.hpp"
 
 #include <algorithm>
-#include <cstddef>
 
 #include "qor_log.h"
 #include "qor_pkt.h"

@@ -1,6 +1,7 @@
 #include "output.hpp"
 
 #include <unistd.h>
+#include <cstring>
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,8 @@
 // The tool's standard output: text is appended to one large buffer and leaves it in large pieces.
 #pragma once
 
+#include <algorithm>  // IWYU pragma: keep
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>

@@ -1,7 +1,23 @@
 // Messages, events and statistics as JSON, one object per line. The keys are a promise:
 // docs/qorldp-json.md.
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "bytes.hpp"
+#include "codec.hpp"
 #include "describe.hpp"
+#include "framer.hpp"
+#include "message.hpp"
+#include "names.hpp"
+#include "output.hpp"
+#include "packet.hpp"
+#include "parts.hpp"
 #include "printer.hpp"
+#include "qor_types.h"
+#include "stats.hpp"
 
 namespace qorldp {
 namespace {

@@ -1,6 +1,22 @@
 // Messages as blocks of text: a head line, then one field per line.
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "bytes.hpp"
+#include "codec.hpp"
 #include "describe.hpp"
+#include "framer.hpp"
+#include "message.hpp"
+#include "names.hpp"
+#include "output.hpp"
+#include "parts.hpp"
 #include "printer.hpp"
+#include "stats.hpp"
 
 namespace qorldp {
 namespace {

@@ -1,6 +1,7 @@
 #include "scan.hpp"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "qor_pkt.h"
 

@@ -2,6 +2,7 @@
 // about address prefixes as it refuses unknown FECs; for the tool they are another protocol's.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "bytes.hpp"

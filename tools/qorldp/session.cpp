@@ -1,8 +1,14 @@
 #include "session.hpp"
 
 #include <algorithm>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <vector>
 
 #include "link_layer.hpp"
+#include "qor.hpp"
+#include "scan.hpp"
 
 namespace qorldp {
 namespace {

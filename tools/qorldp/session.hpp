@@ -2,12 +2,16 @@
 // codec and to the printer.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <list>
 #include <memory>
 #include <unordered_map>
 
+#include "bytes.hpp"
 #include "codec.hpp"
 #include "framer.hpp"
+#include "message.hpp"
 #include "packet.hpp"
 #include "printer.hpp"
 #include "stats.hpp"

@@ -1,11 +1,9 @@
 // Counts over all captures of a run.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <map>
-
-#include "message.hpp"
+#include <string_view>
 
 namespace qorldp {
 

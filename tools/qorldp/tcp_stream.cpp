@@ -1,7 +1,7 @@
 #include "tcp_stream.hpp"
 
-#include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace qorldp {
 namespace {

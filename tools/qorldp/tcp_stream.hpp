@@ -1,9 +1,12 @@
 // Rebuilding the octets of one direction of a TCP connection from captured segments.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <vector>
 
+#include "bytes.hpp"
 #include "packet.hpp"
 
 namespace qorldp {

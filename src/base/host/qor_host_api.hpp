@@ -3,5 +3,5 @@
 #pragma once
 
 #pragma GCC visibility push(default)
-#include "qor_host.h"
+#include "qor_host.h"  // IWYU pragma: export
 #pragma GCC visibility pop

@@ -1,7 +1,7 @@
 #include <atomic>
 #include <cstdio>
 
-#include "base/host/qor_host_api.hpp"
+#include "base/host/qor_host_api.hpp"  // IWYU pragma: keep
 #include "base/host/qor_host_slot.hpp"
 #include "qor_host_posix.h"
 

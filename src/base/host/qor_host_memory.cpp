@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdlib>
 
-#include "base/host/qor_host_api.hpp"
+#include "base/host/qor_host_api.hpp"  // IWYU pragma: keep
 #include "qor_host_posix.h"
 
 namespace {

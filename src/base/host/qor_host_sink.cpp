@@ -9,7 +9,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "base/host/qor_host_api.hpp"
+#include "base/host/qor_host_api.hpp"  // IWYU pragma: keep
 #include "base/host/qor_host_clock.hpp"
 #include "base/host/qor_host_rate.hpp"
 #include "base/host/qor_host_slot.hpp"

@@ -1,5 +1,6 @@
 // Formatters, address texts and the bounded routines.
 #include <arpa/inet.h>
+#include <cstdarg>
 
 #include <algorithm>
 #include <cerrno>

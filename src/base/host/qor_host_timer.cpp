@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "base/host/qor_host_api.hpp"
+#include "base/host/qor_host_api.hpp"  // IWYU pragma: keep
 #include "base/host/qor_host_clock.hpp"
 #include "base/host/qor_host_timer_queue.hpp"
 #include "qor_host_posix.h"

@@ -3,9 +3,7 @@
 // Times are ticks of a clock that the caller reads, below 2^48.
 #pragma once
 
-#include <cstdint>
-
-#include "base/host/qor_host_api.hpp"
+#include "base/host/qor_host_api.hpp"  // IWYU pragma: keep
 #include "qor_host_posix.h"
 
 namespace qor::host {
