@@ -11,6 +11,12 @@
 #include <stddef.h> /* IWYU pragma: export */
 #include <stdint.h> /* IWYU pragma: export */
 
+/** The version of these headers; CONTRIBUTING.md tells what its numbers mean. @{ */
+#define QOR_VERSION_MAJOR 1
+#define QOR_VERSION_MINOR 0
+#define QOR_VERSION_PATCH 0
+/** @} */
+
 /** For C and C++: C linkage around declarations, an assertion at compile time. @{ */
 #ifdef __cplusplus
 #define QOR_BEGIN_DECLS extern "C" {

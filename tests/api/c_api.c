@@ -3,6 +3,10 @@
 
 #include "all_headers.inc"
 
+QOR_STATIC_ASSERT(QOR_VERSION_MAJOR == PROJECT_MAJOR && QOR_VERSION_MINOR == PROJECT_MINOR &&
+                      QOR_VERSION_PATCH == PROJECT_PATCH,
+                  "the headers have another version than CMakeLists.txt");
+
 int main(void) {
     /* A Label Withdraw of PW 100: FEC TLV with one PWid element, no label. */
     uint8_t withdraw[] = {0x04, 0x02, 0x00, 0x14, 0x00, 0x00, 0x00, 0x07, 0x01, 0x00, 0x00, 0x0C,
