@@ -18,9 +18,9 @@ class Codec {
     Codec &operator=(const Codec &) = delete;
     ~Codec();
 
-    // Decodes a message, exactly as many octets as its length field counts. The record is that of
+    // Decodes one message, exactly as many octets as its length field counts. The record is that of
     // Record() until the next call.
-    qor::Result Decode(Bytes message, uint32_t peer);
+    qor::Result Decode(Bytes octets, uint32_t peer);
     const QOR_LDP_SIGNAL_MSG_S &Record() const { return *message_; }
 
     // Why the last Decode failed, in the library's words; empty when it gave none.
