@@ -3,9 +3,9 @@
 #define EXAMPLES_CHECK_H
 
 #include <stdint.h>
-#include <stdio.h>
+#include <stdio.h> /* IWYU pragma: export */
 
-#include "qor_host_posix.h"
+#include "qor_host_posix.h" /* IWYU pragma: export */
 
 static int failed_checks;
 

@@ -3,7 +3,6 @@
 #include <poll.h>
 
 #include <array>
-#include <cstdint>
 #include <cstdio>
 
 #include "check.h"

@@ -2,10 +2,10 @@
 // of the service's state. Dates and times are cut out of the texts.
 #include <poll.h>
 
-#include <cstdint>
 #include <cstdio>
 #include <regex>
 #include <string>
+#include <vector>
 
 #include "check.h"
 #include "qor.h"

@@ -1,5 +1,4 @@
 /* Two walkers on one list, and entries that are deleted under them. */
-#include <stddef.h>
 
 #include "check.h"
 #include "qor.h"

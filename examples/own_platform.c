@@ -5,6 +5,7 @@
  */
 #define _DEFAULT_SOURCE /* timegm() */
 #include <arpa/inet.h>
+#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>

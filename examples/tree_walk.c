@@ -1,5 +1,4 @@
 /* Walks over a tree that changes on the way: in slices, and step by step. */
-#include <stddef.h>
 
 #include "check.h"
 #include "qor.h"

@@ -3,11 +3,19 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <string>
 
+#include "bytes.hpp"
 #include "capture.hpp"
+#include "codec.hpp"
+#include "output.hpp"
+#include "packet.hpp"
+#include "printer.hpp"
 #include "session.hpp"
+#include "stats.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     using namespace qorldp;

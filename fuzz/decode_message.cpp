@@ -1,5 +1,7 @@
 // Every decoder of messages, copies and releases, with an allocation that fails. The last octet of
 // an input chooses the decoder, the one before it the allocation.
+#include <algorithm>
+
 #include "decoded.hpp"
 #include "fuzz.hpp"
 

@@ -1,5 +1,6 @@
 // FEC 129 values and extended communities: any octets, in and out, compared and printed.
 #include <cstring>
+#include <vector>
 
 #include "fuzz.hpp"
 

@@ -1,9 +1,12 @@
 #include "fuzz.hpp"
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "decoded.hpp"
 #include "qor_host_posix.h"
+#include "qor_log.h"
 
 namespace qor::fuzz {
 namespace {

@@ -2,15 +2,14 @@
 // sinks that read every text to its end, and a check that ends the run.
 #pragma once
 
-#include <fuzzer/FuzzedDataProvider.h>
+#include <fuzzer/FuzzedDataProvider.h>  // IWYU pragma: export
 
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
-#include <span>
+#include <algorithm>
+#include <cstdint>  // IWYU pragma: export
+#include <memory>   // IWYU pragma: export
+#include <span>     // IWYU pragma: export
 
-#include "qor_log.h"
-#include "qor_pkt.h"
+#include "qor_pkt.h"  // IWYU pragma: export
 
 #define FUZZ_CHECK(condition) \
     ((condition) ? void() : qor::fuzz::Fail(__FILE__, __LINE__, #condition))

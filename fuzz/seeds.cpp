@@ -1,9 +1,10 @@
 // Writes the first inputs of every fuzzer: FOLDER/TARGET/NUMBER. Arguments: FOLDER, a capture.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <string>
+#include <utility>
 
 #include "record_text.hpp"
 

@@ -3,10 +3,15 @@
 // its place, each comes in its place.
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <numeric>
+#include <span>
+#include <vector>
 
+#include "bytes.hpp"
 #include "framer.hpp"
+#include "packet.hpp"
 #include "tcp_stream.hpp"
 
 using namespace qorldp;

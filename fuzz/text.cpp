@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "fuzz.hpp"
-#include "qor_base.h"
 #include "qor_dbg.h"
 #include "qor_file.h"
+#include "qor_log.h"
 #include "qor_mam.h"
 
 using namespace qor::fuzz;

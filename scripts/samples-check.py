@@ -8,6 +8,7 @@ CMakeLists.txt is configured and built with the page's C program. Scripts and pr
 commands name must exist, and what "$ qorldp" shows must be what the tool prints.
 """
 import argparse
+import itertools
 import json
 import os
 import pathlib
@@ -50,8 +51,7 @@ def tool(page, text, qorldp):
     """Lines that end in ... are cut."""
     command, *shown = text.rstrip("\n").split("\n")
     printed = run(qorldp, *command.split()[2:], cwd=ROOT).split("\n")
-    printed = printed[:len(shown)]
-    for want, line in zip(shown, printed):
+    for want, line in itertools.zip_longest(shown, printed[:len(shown)], fillvalue=""):
         if not (line.startswith(want[:-3]) if want.endswith("...") else line == want):
             faults.append(f"{page}: {want!r} is not printed, but {line!r}")
 

@@ -124,7 +124,6 @@ for preset in release debug; do
     run_tests "$preset"
 done
 check build-clang build clang || true
-check includes scripts/includes-check.py build/clang || true
 check build-bench build bench || true
 check format check_format || true
 check scripts check_scripts || true
@@ -135,4 +134,5 @@ check cppcheck check_cppcheck || true
 check analyzer check_analyzer || true
 check clang-tidy check_tidy || true
 check fuzz scripts/fuzz.sh --smoke "$fuzz_seconds" || true
+check includes scripts/includes-check.py build/clang build/fuzz || true
 finish

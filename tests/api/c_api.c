@@ -1,7 +1,8 @@
 /* The shared libraries seen from a C program that includes every public header. */
 #include <string.h>
 
-#include "all_headers.inc"
+#include "all_headers.inc" /* IWYU pragma: keep */
+#include "qor.h"
 
 QOR_STATIC_ASSERT(QOR_VERSION_MAJOR == PROJECT_MAJOR && QOR_VERSION_MINOR == PROJECT_MINOR &&
                       QOR_VERSION_PATCH == PROJECT_PATCH,

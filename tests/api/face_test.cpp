@@ -1,5 +1,4 @@
 // The C++ face: the checks in front of decode and encode, messages that move, owners that release.
-#include <cstddef>
 #include <cstring>
 #include <type_traits>
 #include <utility>

@@ -2,8 +2,11 @@
 #include "qor_dbg.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cstdlib>
 #include <cstring>
 #include <sstream>
+#include <utility>
 
 #include "test_platform.hpp"
 

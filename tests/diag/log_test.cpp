@@ -1,8 +1,6 @@
 // Developer log.
 #include "qor_log.h"
 
-#include <cstring>
-
 #include "qor_mam.h"
 #include "test_platform.hpp"
 

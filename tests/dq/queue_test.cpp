@@ -2,11 +2,13 @@
 #include "qor_dq.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <map>
 #include <random>
 #include <sstream>
+#include <utility>
 
 #include "test_platform.hpp"
 

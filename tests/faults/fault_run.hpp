@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "test_platform.hpp"
+#include "test_platform.hpp"  // IWYU pragma: export
 
 namespace qor::test {
 

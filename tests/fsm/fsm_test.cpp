@@ -4,6 +4,7 @@
 #include <cstring>
 #include <functional>
 #include <sstream>
+#include <utility>
 
 #include "qor_file.h"
 #include "qor_log.h"

@@ -2,9 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdlib>
 #include <list>
 #include <random>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "qor_host.h"

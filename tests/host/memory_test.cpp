@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <barrier>
+#include <cstddef>
+#include <cstdint>
 #include <map>
+#include <string>
 #include <thread>
 #include <vector>
 

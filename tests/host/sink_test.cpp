@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <syslog.h>
 
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>

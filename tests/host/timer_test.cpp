@@ -3,14 +3,17 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "base/host/qor_host_timer_queue.hpp"
 #include "qor_file.h"
 #include "qor_fsm.h"
+#include "qor_host_posix.h"
 #include "qor_log.h"
 
 namespace {

@@ -1,13 +1,15 @@
 // What the tests of the health service share: scripts of commands, and what these must lead to.
 #pragma once
 
+#include <cstdio>
 #include <cstring>
 #include <functional>
-#include <map>
+#include <map>  // IWYU pragma: export
 #include <sstream>
+#include <utility>
 
-#include "qor_pads.h"
-#include "test_platform.hpp"
+#include "qor_pads.h"         // IWYU pragma: export
+#include "test_platform.hpp"  // IWYU pragma: export
 
 namespace qor::test {
 

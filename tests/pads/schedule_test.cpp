@@ -1,6 +1,8 @@
 // Health service: recording, the two schedules, and what callbacks may do meanwhile.
 #include <algorithm>
+#include <cstring>
 #include <random>
+#include <utility>
 
 #include "pads_test.hpp"
 

@@ -1,4 +1,5 @@
 // Health service: the listing of the records and the dumps of the state.
+#include <cstring>
 #include <memory>
 
 #include "pads_test.hpp"

@@ -1,9 +1,9 @@
 // Fixture of the codec tests: a codec context whose log lines and error texts can be looked at.
 #pragma once
 
-#include "decoded.hpp"
-#include "qor_log.h"
-#include "test_platform.hpp"
+#include "decoded.hpp"        // IWYU pragma: export
+#include "qor_log.h"          // IWYU pragma: export
+#include "test_platform.hpp"  // IWYU pragma: export
 
 namespace qor::test {
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "record_text.hpp"
+#include "record_text.hpp"  // IWYU pragma: export
 
 namespace qor::test {
 

@@ -1,7 +1,6 @@
 // Extended communities.
 #include <cstring>
 
-#include "qor_pkt_bgp.h"
 #include "record_text.hpp"
 #include "test_platform.hpp"
 

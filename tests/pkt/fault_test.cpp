@@ -1,8 +1,9 @@
 // Faulty messages: the code of each, what the developer log and the error reports say of it, and
 // that nothing is kept of it.
-#include <algorithm>
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
+#include <ios>
 
 #include "codec_test.hpp"
 

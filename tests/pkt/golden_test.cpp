@@ -1,5 +1,7 @@
 // Sweeps over the golden messages: both directions, copies, cuts, bent octets, failing allocations.
+#include <algorithm>
 #include <cstring>
+#include <ios>
 #include <set>
 
 #include "codec_test.hpp"

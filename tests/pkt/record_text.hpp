@@ -2,13 +2,13 @@
 // 0a, "pwtype=5 pwid=100" is a record.
 #pragma once
 
-#include <cstdint>
+#include <cstdint>  // IWYU pragma: export
 #include <deque>
-#include <span>
-#include <string>
-#include <vector>
+#include <span>    // IWYU pragma: export
+#include <string>  // IWYU pragma: export
+#include <vector>  // IWYU pragma: export
 
-#include "qor_pkt.h"
+#include "qor_pkt.h"  // IWYU pragma: export
 
 namespace qor::test {
 

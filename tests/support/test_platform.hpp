@@ -3,14 +3,14 @@
 // test wants them to. The containers and text routines are those of the default platform.
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gtest/gtest.h>  // IWYU pragma: export
 
-#include <cstdint>
-#include <string>
+#include <cstdint>  // IWYU pragma: export
+#include <string>   // IWYU pragma: export
 #include <unordered_map>
-#include <vector>
+#include <vector>  // IWYU pragma: export
 
-#include "qor_host.h"
+#include "qor_host.h"  // IWYU pragma: export
 
 namespace qor::test {
 

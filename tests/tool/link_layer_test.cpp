@@ -4,6 +4,11 @@
 #include <gtest/gtest.h>
 #include <pcap/dlt.h>
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
 #include "wire.hpp"
 
 using namespace qorldp;

@@ -6,9 +6,15 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
+#include <map>
+#include <string>
+#include <string_view>
 
 #include "capture.hpp"
+#include "output.hpp"
+#include "qor_pkt_record.h"
 #include "wire.hpp"
 
 using namespace qorldp;

@@ -2,10 +2,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <random>
+#include <span>
 #include <sstream>
+#include <string>
+#include <vector>
 
+#include "bytes.hpp"
 #include "framer.hpp"
+#include "packet.hpp"
 #include "tcp_stream.hpp"
 #include "wire.hpp"
 
