@@ -18,8 +18,11 @@ mkdir -p build/manual
             -e '/^\t/!s/\*\*--([a-z]+)\*\*/<b>\\--\1<\/b>/g' \
             -e 's/\*qorldp-json.md\*/[JSON output of qorldp](docs\/qorldp-json.md)/'
 } >build/manual/qorldp.md
+for want in '## SYNOPSIS' '## DESCRIPTION' '## EXIT STATUS' '<b>\--json</b>' '(docs/qorldp-json.md)'; do
+    grep -qF -- "$want" build/manual/qorldp.md || die "the manual's page lacks $want"
+done
 run_logged doxygen doxygen docs/Doxyfile
 # README.md and the pages refer to files in these.
 cp -r examples include docs/img docs/libqor.3 build/doxygen/html/
-python3 scripts/library-check.py reference build/doxygen/xml include/*.h include/*.hpp
-python3 scripts/library-check.py links build/doxygen/html
+python3 scripts/docs-check.py reference build/doxygen/xml include/*.h include/*.hpp
+python3 scripts/docs-check.py links build/doxygen/html

@@ -19,7 +19,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 FOLDERS = ("src", "tools", "examples", "fuzz", "tests")  # bench/ is built around the headers of others
 # Not what the code names but what a template, a macro or an operator of it comes to; and an exported
 # header beside the file, which it wants by its whole path as well.
-IMPLIED_LINE = re.compile(r"#include <(?:compare|functional|initializer_list|iterator|type_traits|stdexcept)>"
+IMPLIED_LINE = re.compile(r"^#include <(?:compare|functional|initializer_list|iterator|type_traits|stdexcept)>"
                           r'|#include "/|^(?:- )?(?:namespace|struct|class) ')
 IMPLIED_NAME = re.compile(r"operator|\w+_(?:traits|element)\b|borrowed_iterator|allocator$|basic_stringbuf|fill_n$|pair$|tuple$")
 # Uses that a template of the file gets from those who instantiate it.

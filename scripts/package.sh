@@ -26,6 +26,21 @@ debs=("$build"/*.deb)
 say "made ${debs[*]##*/}"
 [ "${1:-}" = --test ] || exit 0
 
+# depends PACKAGE PATTERN...: it depends on these, in this order, and on nothing else
+depends() {
+    local package=$1 found pattern
+    shift
+    pattern=$(printf ', %s' "$@")
+    found=$(dpkg-deb -f "$build/$package"_*.deb Depends)
+    [[ $found =~ ^${pattern:2}$ ]] || die "$package depends on: $found"
+}
+version='\([^)]*\)'
+depends "libqor$soname" "libc6 $version"
+depends libqor-dev "libqor$soname \(= [0-9.]+\)"
+depends qorldp "libc6 $version" "libgcc-s1 $version" "libpcap0\.8 $version" "libstdc\+\+6 $version"
+[[ $(dpkg-deb --ctrl-tarfile "$build/libqor${soname}"_*.deb | tar xO ./shlibs) == *"libqor $soname libqor$soname (>= "* ]] ||
+    die "libqor$soname does not say which packages programs that link it need"
+
 work=$root/$build/test
 libdir=lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)
 rm -rf "$work"
@@ -36,11 +51,10 @@ if [ "$(id -u)" -ne 0 ] || dpkg-query -W -f '${db:Status-Abbrev}\n' "${packages[
     scratch=$work/root
     mkdir -p "$scratch"/var/lib/dpkg/{updates,info} "$scratch/var/log" "$work/bin"
     touch "$scratch/var/lib/dpkg/status"
-    # What they depend on is outside, and so is the linker's cache.
+    # What they depend on is outside (and looked at above), and so is the linker's cache.
     ln -s /bin/true "$work/bin/ldconfig"
     dpkg=(env "PATH=$work/bin:$PATH:/usr/sbin:/sbin" dpkg "--root=$scratch" --force-not-root
         --force-script-chrootless --force-depends)
-    export LD_LIBRARY_PATH=$scratch/usr/$libdir
 fi
 prefix=$scratch/usr
 

@@ -6,6 +6,14 @@
 # PREFIX: where the copy is. LIBDIR: its libraries, below PREFIX. EXAMPLES: the installed examples.
 # WORK: an empty or missing folder. All of them absolute but LIBDIR.
 
+# Another copy that the environment leads to must not stand in for this one.
+foreach(variable CMAKE_PREFIX_PATH CMAKE_LIBRARY_PATH CMAKE_INCLUDE_PATH PKG_CONFIG_PATH qor_DIR qor_ROOT
+    CPATH C_INCLUDE_PATH CPLUS_INCLUDE_PATH LIBRARY_PATH
+    LD_LIBRARY_PATH)
+  unset(ENV{${variable}})
+endforeach()
+set(this_copy -DCMAKE_PREFIX_PATH=${PREFIX} -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF)
+
 # By CMake: C and C++ programs, and one that brings its platform and links qor::qor alone.
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ECHO STDOUT COMMAND_ERROR_IS_FATAL ANY)
@@ -14,9 +22,13 @@ endfunction()
 foreach(link "" _static)
   run(${CMAKE_CTEST_COMMAND} --build-and-test ${EXAMPLES} ${WORK}/cmake${link}
     --build-generator Ninja
-    --build-options -DCMAKE_PREFIX_PATH=${PREFIX} -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF
+    --build-options ${this_copy}
       -DQOR_EXAMPLES_LINK=${link} -DCMAKE_C_COMPILER=${C} -DCMAKE_CXX_COMPILER=${CXX}
     --test-command ${CMAKE_CTEST_COMMAND} --output-on-failure --no-tests=error)
+  file(STRINGS ${WORK}/cmake${link}/CMakeCache.txt found REGEX "^qor_DIR:")
+  if(NOT found STREQUAL "qor_DIR:PATH=${PREFIX}/${LIBDIR}/cmake/qor")
+    message(FATAL_ERROR "not the copy below ${PREFIX}: ${found}")
+  endif()
 endforeach()
 
 # A C program needs no C++ runtime, with the static libraries either.
@@ -34,7 +46,7 @@ if(qor_FOUND OR NOT TARGET qor::qor OR TARGET qor::host)
   message(FATAL_ERROR \"found \${qor_FOUND}\")
 endif()\n")
 run(${CMAKE_COMMAND} -S ${WORK}/unknown -B ${WORK}/unknown/build -G Ninja
-  -DCMAKE_PREFIX_PATH=${PREFIX} -DCMAKE_C_COMPILER=${C})
+  ${this_copy} -DCMAKE_C_COMPILER=${C})
 
 # By pkg-config: with the default platform, shared and static, and without it.
 set(ENV{PKG_CONFIG_LIBDIR} ${PREFIX}/${LIBDIR}/pkgconfig)

@@ -2,7 +2,7 @@
 // one report with the source name of the module and the told result, and changes nothing.
 #include <array>
 #include <cstring>
-#include <type_traits>
+#include <type_traits>  // IWYU pragma: keep
 #include <utility>
 
 #include "qor.h"
