@@ -5,7 +5,8 @@ A fenced block that has a main() is a program: it is built by the commands that 
 against an installed copy, and must print what the page says ("prints `...`"). Other blocks of C or
 C++ must stand, line by line, in a file that is compiled and run: an example, or docs/samples.c. A
 CMakeLists.txt is configured and built with the page's C program. Scripts and presets that blocks of
-commands name must exist, and what "$ qorldp" shows must be what the tool prints.
+commands name must exist, a configuration for installation must do without what the tests need, and
+what "$ qorldp" shows must be what the tool prints.
 """
 import argparse
 import itertools
@@ -23,7 +24,11 @@ faults = []
 
 
 def run(*command, **more):
-    done = subprocess.run(command, capture_output=True, text=True, check=False, **more)
+    try:
+        done = subprocess.run(command, capture_output=True, text=True, check=False, **more)
+    except OSError as error:  # nothing was built
+        faults.append(str(error))
+        return ""
     if done.returncode:
         faults.append(f"{' '.join(map(str, command))}: {done.stdout}{done.stderr}")
     return done.stdout
@@ -37,14 +42,21 @@ def stands_in(sample, source):
     return any(source[at:at + len(sample)] == sample for at in range(len(source)))
 
 
-def shell(page, text):
-    presets = {p["name"] for p in json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]}
+PRESETS = {"cmake": "configurePresets", "cmake --build": "buildPresets", "ctest": "testPresets"}
+
+
+def shell(page, text, work):
+    presets = json.loads((ROOT / "CMakePresets.json").read_text())
     for script in re.findall(r"scripts/[\w.-]+", text):
         if not os.access(ROOT / script, os.X_OK):
             faults.append(f"{page}: {script}: cannot be run")
-    for preset in re.findall(r"--preset[ =](\w+)", text):
-        if preset not in presets:
-            faults.append(f"{page}: no preset {preset}")
+    for command, preset in re.findall(r"(cmake|cmake --build|ctest) --preset[ =](\w+)", text):
+        if preset not in {p["name"] for p in presets[PRESETS[command]] if not p.get("hidden")}:
+            faults.append(f"{page}: {command}: no preset {preset}")
+    if "cmake --install" in text:
+        configure = re.search(r"^cmake --preset .*?(?= &&|$)", text, re.M)
+        run(*configure[0].split(), "-B", work / "install", "-DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON",
+            "-DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON", cwd=ROOT)
 
 
 def tool(page, text, qorldp):
@@ -59,10 +71,10 @@ def tool(page, text, qorldp):
 def programs(page, text, blocks, args):
     """The page's programs, each by the first command of the page that names its file."""
     commands = [line for kind, body in blocks if kind == "sh" for line in body.splitlines()]
-    promised = re.findall(r"prints `([^`]*)`", text)
+    promises = {body: re.search(r"prints `([^`]*)`", text[text.index(body):]) for _, body in blocks}
     environment = dict(os.environ, PKG_CONFIG_LIBDIR=str(args.work / "prefix" / args.libdir / "pkgconfig"),
                        LD_LIBRARY_PATH=str(args.work / "prefix" / args.libdir))
-    built = 0
+    built, c_promise = 0, None
     for kind, body in blocks:
         name = {"c": "program.c", "cpp": "program.cpp"}.get(kind)
         if name is None or "int main(" not in body:
@@ -75,15 +87,17 @@ def programs(page, text, blocks, args):
         run("sh", "-c", command + " -o program", cwd=args.work, env=environment)
         printed = run("./program", cwd=args.work, env=environment).strip()
         built += 1
-        if printed not in promised:
-            faults.append(f"{page}: {name} prints {printed!r}, not one of {promised}")
+        promise = promises[body] and promises[body][1]
+        c_promise = promise if kind == "c" else c_promise
+        if printed != promise:
+            faults.append(f"{page}: {name} prints {printed!r}, not {promise!r}")
     for kind, body in blocks:
         if kind == "cmake":
             (args.work / "CMakeLists.txt").write_text(body)
             build = args.work / "cmake"
             run("cmake", "-S", args.work, "-B", build, "-G", "Ninja", f"-DCMAKE_PREFIX_PATH={args.work}/prefix")
             run("cmake", "--build", build)
-            if run(build / "program").strip() not in promised:
+            if run(build / "program").strip() != c_promise:
                 faults.append(f"{page}: the program of the CMakeLists.txt")
             built += 1
     return built
@@ -91,17 +105,19 @@ def programs(page, text, blocks, args):
 
 def main():
     parser = argparse.ArgumentParser(usage=__doc__)
-    parser.add_argument("--build", required=True)
+    parser.add_argument("--build", required=True, type=pathlib.Path)
     parser.add_argument("--work", required=True, type=pathlib.Path)
     parser.add_argument("--libdir", required=True)
     parser.add_argument("--qorldp", required=True)
     args = parser.parse_args()
+    args.work = args.work.resolve()
     shutil.rmtree(args.work, ignore_errors=True)
     args.work.mkdir(parents=True)
     run("cmake", "--install", args.build, "--prefix", args.work / "prefix")
 
-    sources = [lines(f.read_text()) for folder in ("examples", "docs")
-               for f in (ROOT / folder).iterdir() if f.suffix in (".c", ".cpp", ".h")]
+    compiled = {pathlib.Path(u["file"]) for u in json.loads((args.build / "compile_commands.json").read_text())}
+    sources = [lines(f.read_text()) for f in [*compiled, *(ROOT / "examples").glob("*.h")]
+               if f.parent in (ROOT / "examples", ROOT / "docs")]
     built = compared = 0
     for page in [ROOT / "README.md", ROOT / "CONTRIBUTING.md", *sorted((ROOT / "docs").rglob("*.md"))]:
         text, name = page.read_text(), page.relative_to(ROOT)
@@ -112,14 +128,14 @@ def main():
                 if not any(stands_in(lines(body), source) for source in sources):
                     faults.append(f"{name}: in no file that is compiled:\n{body}")
             elif kind == "sh":
-                shell(name, body)
+                shell(name, body, args.work)
             elif body.startswith("$ qorldp"):
                 tool(name, body, args.qorldp)
             elif kind not in ("c", "cpp", "cmake", "text"):
                 faults.append(f"{name}: a block of kind {kind!r}")
-        # Code that is only indented would escape.
-        for sample in re.findall(r"^    (?:.*\w\(.*;|.*\) \{|#include .*)$", re.sub(FENCE, "", text), re.M):
-            faults.append(f"{name}: code without a fence: {sample}")
+        # Code that is only indented, or fenced in another way, would escape.
+        for sample in re.findall(r"^(?:    (?:.*\w\(.*;|.*\) \{|#include .*)|.*(?:```|~~~).*)$", re.sub(FENCE, "", text), re.M):
+            faults.append(f"{name}: code without a fence of its own: {sample}")
         built += programs(name, text, blocks, args)
     if not built or not compared:
         faults.append("no sample found")
