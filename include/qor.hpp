@@ -4,7 +4,8 @@
  *
  * Everything is inline and calls the C interface, which stays at hand: get()
  * and * give what its functions take. Nothing throws; what can fail says so by
- * a null owner or a qor::Result. An object is used by one thread at a time.
+ * a null owner or a qor::Result. A context with its messages, and whatever shares
+ * a log with it, is used by one thread at a time.
  */
 #ifndef QOR_HPP
 #define QOR_HPP
@@ -63,7 +64,8 @@ struct Result {
     /** True for #QOR_OK. */
     explicit operator bool() const noexcept { return code == QOR_OK; }
 
-    /** What to answer the peer with, by #QOR_LDP_PKT_ErrCode2StatusCode. */
+    /** What to answer the peer with, by #QOR_LDP_PKT_ErrCode2StatusCode; with
+     * code 0 nothing. */
     Status status() const noexcept {
         std::uint32_t fatal = 0;
         const std::uint32_t status = QOR_LDP_PKT_ErrCode2StatusCode(code, &fatal);
@@ -71,10 +73,12 @@ struct Result {
     }
 };
 
-/** One signalling message: a #QOR_LDP_SIGNAL_MSG_S with what it owns. Begins zeroed, to be decoded
- * into or filled by hand: then ucRtpMode = QOR_LDP_RTP_NOT_GIVEN and ulPwStatus = #QOR_LDP_PKT_NONE
- * say that there is none. Buffers that it is given must come from #HOST_MemAllocBySid; it releases
- * them, whatever ulMsgType is by then. Moves and does not copy, see copy(). */
+/** One signalling message: a #QOR_LDP_SIGNAL_MSG_S with what it owns. Begins
+ * zeroed, to be decoded into or filled by hand. By hand, what is not there has
+ * QOR_LDP_RTP_NOT_GIVEN in ucRtpMode, and #QOR_LDP_PKT_NONE in ulPwStatus, ulStatus
+ * and ulLabel. Buffers that it is given must come from #HOST_MemAllocBySid; it
+ * releases them, whatever ulMsgType is by then. Moves and does not copy, see
+ * copy(). */
 class Message {
   public:
     /** ctx must outlive the message; peer is its ulPeerIp. */

@@ -44,7 +44,8 @@ QOR_EXPORT uint32_t QOR_LDP_PKT_DecodeMsgHeader(const uint8_t *msg, uint16_t *ty
  * whose two words are brought to host order in place. Any alignment will do.
  * MAC Withdraw records point into msg: keep it until the record is released.
  *
- * Returns QOR_OK; QOR_FAIL for NULL; QOR_LDP_ERR_TLV_LEN for a length field above
+ * Returns QOR_OK; QOR_FAIL for NULL, and without memory for an interface
+ * description; QOR_ERR_NO_MEM; QOR_LDP_ERR_TLV_LEN for a length field above
  * QOR_LDP_PKT_MAX_MSG_LEN (*rec untouched); QOR_LDP_ERR_MSG_TYPE for a type that
  * is not handled; else the code of the message's decoder. After a failure the
  * record holds no allocation of the decode; a release is allowed and needed for

@@ -8,6 +8,9 @@ from dataclasses import dataclass, field
 # Length and value of a field that has no fixed size.
 REST = 0
 OK = "QOR_OK"
+OF_ELEMENT = "that of the element"
+REFUSED = "not encoded"
+KEPT = "kept TLVs"
 
 
 def err(name):
@@ -16,11 +19,16 @@ def err(name):
 
 @dataclass
 class Rule:
-    """What is refused, with what, and examples of it; OK: what is accepted."""
+    """What is refused, with what, and examples of it; OK: what is accepted.
+
+    written: TLVs that a message is to be written with when the record of an example is encoded again;
+    REFUSED when it is not to be encoded at all.
+    """
 
     text: str
     code: str
     examples: list = field(default_factory=list)
+    written: str = ""
 
 
 @dataclass
@@ -47,7 +55,7 @@ class Message:
     base: list  # [(TLV type, value)] of a valid message
     unknown: str
     rules: list  # whole bodies
-    order: str  # how it is encoded
+    order: list  # of Formats, as they are written
 
 
 # ---- Pieces of examples
@@ -73,7 +81,10 @@ PWID_ELEMENT = Format(
              [PWID, f"80 0004 08 {GROUP} {PW_ID} 0104 05dc"]),
     ],
     "The PW info length counts from the PW ID on. 0 stands for all pseudowires of the group. Of the "
-    "PW type the low octet is kept.")
+    "PW type the low octet is kept. "
+    "An element without interface parameters leaves ucRtpMode 0, which is no RTP and not "
+    "QOR_LDP_RTP_NOT_GIVEN: encoded again it has TDM options. Under QOR_LDP_FLAG_REPEAT_FEC an element "
+    "with a PW ID is written twice.")
 
 GEN_PWID_ELEMENT = Format(
     "Generalized PWid element (FEC 129)", 0x81, "RFC 8077 section 6.2",
@@ -82,8 +93,8 @@ GEN_PWID_ELEMENT = Format(
      ("AGI: administrator and number", 48), ("SAII Type (1)", 8), ("SAII Length (4)", 8),
      ("SAII", 32), ("TAII Type (1)", 8), ("TAII Length (4)", 8), ("TAII", 32)],
     [
-        Rule("less than four octets, or cut behind an identifier's type", err("PW_FEC"),
-             ["81 0005", "81 0005 01 01", f"81 0005 0b 0108 000afde800000064 01"]),
+        Rule("less than four octets, or cut in front of the AGI or behind an identifier's type", err("PW_FEC"),
+             ["81 0005", "81 0005 05", "81 0005 01 01", f"81 0005 0b 0108 000afde800000064 01"]),
         Rule("an AGI type other than 1", err("AGI_TYPE"), ["81 0005 16 " + IDS.replace("0108", "0208")]),
         Rule("an AGI length other than 8, or the AGI is cut", err("AGI_LEN"),
              ["81 0005 16 " + IDS.replace("0108", "0107"), "81 0005 04 0108 000a"]),
@@ -98,6 +109,7 @@ GEN_PWID_ELEMENT = Format(
         Rule("no SAII or TAII at all behind the AGI", err("SUB_TLV"),
              ["81 0005 0a 0108 000afde800000064"]),
         Rule("accepted, in a Label Mapping with identifiers", OK, [GEN_PWID]),
+        Rule("octets behind the TAII: passed over", OK, [f"81 0005 18 {IDS} ffff"]),
     ],
     "The PW info length counts all that follows; 0 stands for all pseudowires of the group that the "
     "PW Group ID TLV names. A PW info length that is too large ends with the TLV.")
@@ -141,7 +153,8 @@ SUB_TLVS = [
     Format("Interface description", 0x03, "RFC 4446 section 3.3",
            [("0x03", 8), ("Length", 8), ("Text", REST)],
            [Rule("accepted; kept up to 79 characters", OK, ["0302", "0306 61626364"])],
-           "Written with a NUL behind the text, which the length counts."),
+           "Written with a NUL behind the text, which the length counts, and cut to what the list has "
+           "room for: 251 octets in all."),
     number("CEM payload octets", 0x04, 16, "RFC 4446 section 3.3"),
     number("CEP options", 0x05, 16, "RFC 4842", "Bits 0x2000 and 0x0020 tell the RTP mode."),
     number("CEP/TDM bit rate", 0x07, 32, "RFC 4446 section 3.3", "In units of 64 kbit/s."),
@@ -151,7 +164,8 @@ SUB_TLVS = [
            [Rule("a length other than 4, 8 and 12", err("SUB_TLV"), ["0b06 00000000", "0b02"]),
             Rule("accepted", OK, ["0b04 8000", "0b08 0000 00000000", "0b0c 0000 0000000000000000"])],
            "R and the lowest bit of the options tell the RTP mode. Written when there are no CEP "
-           "options and an RTP mode: 4 octets without RTP, else 8, what is not told zero."),
+           "options and ucRtpMode is not QOR_LDP_RTP_NOT_GIVEN: 4 octets without RTP, else 8, what is "
+           "not told zero."),
     number("VCCV capabilities", 0x0C, 16, "RFC 5085", "CC types, then CV types."),
     number("Flow label", 0x17, 16, "RFC 6391"),
 ]
@@ -191,7 +205,7 @@ FEC = Format(
     [
         Rule("no pseudowire element, or an element of another type", err("UNKNOWN_FEC"),
              ["", "01", "7f", PWID + " 7f"]),
-        Rule("an element is refused", "", []),
+        Rule("an element is refused", OF_ELEMENT, []),
         Rule("accepted", OK, [PWID, GEN_PWID, f"{PWID} {GEN_PWID}"]),
     ],
     "A list of elements. The last pseudowire element counts. It need not be the first TLV.")
@@ -211,22 +225,24 @@ INTF_PARA = Format(
     "Interface Parameters TLV", 0x096B, "RFC 8077 section 6.2.2.1",
     [("Interface parameter sub-TLVs", REST)],
     [Rule("behind a FEC 129 element: a sub-TLV is refused", err("SUB_TLV"), []),
-     Rule("behind a FEC 128 element: kept as it is", OK, ["", "0104 05dc", "ffff"])],
+     Rule("elsewhere: kept as it is", OK, ["", "0104 05dc", "ffff"])],
     "The same sub-TLVs as in a PWid element. Behind a FEC 129 element they are decoded, without the "
-    "CEP options and the description; behind a FEC 128 element the octets are kept and written back.")
+    "CEP options and the description. With a FEC 128 element, or in front of a FEC 129 element, the "
+    "octets are kept and written back, in the latter case besides those made from the fields.")
 SPE = Format(
     "PW Switching Point TLV", 0x096D, "RFC 6073 section 7.4", [("Switching point sub-TLVs", REST)],
     [Rule("a bad list does not fail the message: the switching points are left out", OK,
           ["0101", "0104 00000064 0404 0a000001"])],
-    "Ten peers and ten PW IDs are kept.")
+    "Up to ten peers are kept and written, the nth with the nth PW ID. PW IDs without a peer are lost.")
 MARKER = Format(
     "Marker TLV", 0x3FED, "a vendor TLV", [("Value, not read", REST)],
-    [Rule("without U bit", err("UNKNOWN_TLV"), []), Rule("with U bit: QOR_LDP_FLAG_MARKER is set", OK, [])],
+    [Rule("without U bit: as any unknown TLV", err("UNKNOWN_TLV"), []),
+     Rule("with U bit: QOR_LDP_FLAG_MARKER is set", OK, [])],
     "Written with a length of 4, without U bit, its value left to the caller.")
 LABEL_ADDR = Format(
     "Address list of Label Withdraw and Release", 0x0300, "a vendor TLV",
     [("00", 2), ("Word", 30), ("Zero", 48)], [],
-    "Shares its type with the Status TLV, which stands in Notifications only.", length=10)
+    "Shares its type with the Status TLV; only in a Notification it is taken as that.", length=10)
 LABEL_ADDR.length_code = {"Label Withdraw": err("STATUS_LEN"), "Label Release": err("REL_ADDR_LEN")}
 STATUS = Format(
     "Status TLV", 0x0300, "RFC 5036 section 3.4.6",
@@ -245,8 +261,9 @@ ADDR_LIST = Format(
     "Address List TLV", 0x0101, "RFC 5036 section 3.4.3",
     [("Address Family (1)", 16), ("IPv4 addresses, 4 octets each", REST)],
     [
-        Rule("one octet, or not 2 and a multiple of 4", err("ADDR_LIST"), ["00", "0001 000000"]),
-        Rule("a family other than 1", err("FAMILY"), ["0002", "0002 00000000"]),
+        Rule("one octet", err("ADDR_LIST"), ["00"]),
+        Rule("a family other than 1", err("FAMILY"), ["0002", "0002 00000000", "0002 000000"]),
+        Rule("not 2 octets and a multiple of 4", err("ADDR_LIST"), ["0001 000000"]),
         Rule("accepted and passed over", OK, ["", "0001", "0001 0a000001"]),
     ],
     "Written with one address, whose octets are left to the caller.")
@@ -257,7 +274,8 @@ MAC_LIST = Format(
     [Rule("not a multiple of 6", err("MAC_LIST_LEN"), ["00", "00112233445566"]),
      Rule("accepted", OK, ["", "001122334455"])],
     "Written empty, which tells the peer to forget all that it has not learnt from the sender; an "
-    "address list in the record is not written.")
+    "address list in the record is not written. Under QOR_LDP_FLAG_REPEAT_FEC it is written with a "
+    "length of 6, the address left to the caller.")
 
 
 def vendor(name, type_, fixed, fields, rules, text=""):
@@ -265,7 +283,8 @@ def vendor(name, type_, fixed, fields, rules, text=""):
 
 
 PE_ID = Format("PE-ID List TLV", 0x0405, "of MAC withdrawal", [("PE-IDs, not read further", REST)],
-               [Rule("accepted, of any length", OK, ["", "0a000001"])],
+               [Rule("accepted, of any length", OK, ["0a000001"]),
+                Rule("accepted when empty, and the record is not encoded then", OK, [""], REFUSED)],
                "Does not displace a MAC list with addresses of the same message.")
 FLUSH = Format(
     "MAC Flush Parameters TLV", 0x0406, "RFC 7361", [("Flags", 8), ("Sub-TLVs, not read further", REST)],
@@ -274,16 +293,16 @@ VENDOR_FLUSH = vendor(
     "Vendor flush TLV", 0x3E00, ["00", "03", "FA", "00"], [("Data", REST)],
     [Rule("less than 4 octets", err("MAC_LEN"), ["0003fa"]), Rule("other fixed octets", err("OUI"), ["0003fa01"]),
      Rule("accepted", OK, ["0003fa00", "0003fa00beef"])])
+WITHOUT_DATA = Rule("accepted without data, and the record is not encoded then", OK, ["00001e10"], REFUSED)
 FLAP = vendor(
     "MAC flap TLV", 0x3E08, ["00", "00", "1E", "10"], [("Data", REST)],
     [Rule("less than 4 octets", err("MAC_LEN"), ["00001e"]), Rule("other fixed octets", err("OUI"), ["00011e10"]),
-     Rule("accepted", OK, ["00001e10cafe01"])],
-    "Not encoded without data.")
+     Rule("accepted", OK, ["00001e10cafe01"]), WITHOUT_DATA])
 FLAP_FLAGS = vendor(
     "MAC flap TLV with flags", 0x3E09, ["00", "00", "1E", "10"], [("Flags", 8), ("Data", REST)],
     [Rule("less than 6 octets", err("MAC_LEN"), ["00001e", "00001e1005"]), Rule("other fixed octets", err("OUI"), ["00001e1105ca"]),
      Rule("accepted", OK, ["00001e1005cafe"])],
-    "Not encoded without data.")
+    "A record without data is not encoded.")
 PW_TAG = vendor(
     "PW tag TLV", 0x3E0A, ["00", "00", "1E", "10"],
     [("Word 1, or the TLV ends here", 32), ("Word 2", 32), ("Data", REST)],
@@ -298,9 +317,18 @@ TLVS = [FEC, LABEL_TLV, REQ_ID, PW_STATUS, INTF_PARA, GROUP_ID, SPE, MARKER, LAB
 
 # ---- Messages
 
+SKIPPED = "skipped"
 REJECTED = "without U bit the message fails with QOR_LDP_ERR_UNKNOWN_TLV, with U bit skipped"
-LATER_FEC = Rule("a second FEC TLV is an unknown TLV", err("UNKNOWN_TLV"), [f"0100 [ {PWID} ] 0100 [ {PWID} ]"])
-GROUP_RULE = Rule("a FEC 129 element without identifiers and no PW Group ID TLV", err("NO_PW_ID"), ["0100 [ 81 0005 00 ]"])
+LATER_FEC = [
+    Rule("a second FEC TLV without U bit", err("UNKNOWN_TLV"), [f"0100 [ {PWID} ] 0100 [ {PWID} ]"]),
+    Rule("a second FEC TLV with U bit is ignored", OK, [f"0100 [ {PWID} ] 8100 [ 7f ]"])]
+NOT_KEPT = Rule("C bit and group ID of a FEC 128 element are not kept", OK, [f"0100 [ {PWID} ]"],
+                f"0100 [ 80 0005 04 00000000 {PW_ID} ]")
+IGNORED_FEC = "a second FEC TLV is ignored"
+GROUP_FEC = "0100 [ 81 0005 00 ]"
+GROUP_RULES = [
+    Rule("a FEC 129 element without identifiers and no PW Group ID TLV", err("NO_PW_ID"), [GROUP_FEC]),
+    Rule("a FEC 129 group with PW Group ID TLV", OK, [f"{GROUP_FEC} 096c [ 00000007 ]"], f"{GROUP_FEC} 096c [ 00000007 ]")]
 
 MESSAGES = [
     Message(
@@ -314,7 +342,7 @@ MESSAGES = [
          (RETURNED_MSG, "ignored", 0x0303, "LDP error with pucNotifyData"),
          (REQ_ID, "ignored", None, "")],
         [(0x0300, "00000028 00000001 0000"), (0x096A, "00000001"), (0x0100, PWID)],
-        "skipped",
+        SKIPPED,
         [Rule("a length field above 4 and below 18", err("NOTIFY_LEN"), ["0300 [ 00000028 00000001 ]"]),
          Rule("the first TLV is no Status TLV", err("FIRST_TLV"), ["0302 [ 00000028 00000001 0000 ]"]),
          Rule("status 0x28 without PW Status TLV", err("NO_PW_STATUS"),
@@ -322,12 +350,18 @@ MESSAGES = [
          Rule("status 0x28 without FEC TLV", err("NO_FEC"),
               ["0300 [ 00000028 00000001 0000 ] 096a [ 00000001 ]"]),
          Rule("status 0x28 for a FEC 129 group without PW Group ID TLV", err("NO_PW_ID"),
-              ["0300 [ 00000028 00000001 0000 ] 096a [ 00000001 ] 0100 [ 81 0005 00 ]"]),
-         Rule("another status, whatever else the message holds", OK, ["0300 [ 0000000a 00000001 0000 ]"])],
-        "Status, PW Status, FEC, PW Group ID; of an LDP error: Status, Returned Message."),
+              [f"0300 [ 00000028 00000001 0000 ] 096a [ 00000001 ] {GROUP_FEC}"]),
+         Rule("status 0x28 for a FEC 129 group with PW Group ID TLV", OK,
+              [f"0300 [ 00000028 00000001 0000 ] 096a [ 00000001 ] {GROUP_FEC} 096c [ 00000007 ]"],
+              f"{GROUP_FEC} 096c [ 00000007 ]"),
+         Rule("another status needs no other TLV; those it has are looked at", OK, ["0300 [ 0000000a 00000001 0000 ]"]),
+         Rule(IGNORED_FEC, OK,
+              [f"0300 [ 00000028 00000001 0000 ] 096a [ 00000001 ] 0100 [ {PWID} ] 0100 [ 7f ]"])],
+        [STATUS, PW_STATUS, FEC, GROUP_ID, RETURNED_MSG]),
     Message(
         "MAC Withdraw", 0x0301, "RFC 4762 section 6.2, RFC 7361",
-        "An Address Withdraw message with a pseudowire FEC: forget MAC addresses.",
+        "An Address Withdraw message with a pseudowire FEC: forget MAC addresses. Of the TLVs from PE-ID "
+        "List to MAC flap with flags the one of ulMacTlvType is written.",
         [(ADDR_LIST, "optional", 0x0101, "always"), (FEC, "optional", 0x0100, "always"),
          (MAC_LIST, "optional", 0x8404, "empty, but not with a vendor flush"),
          (PE_ID, "optional", 0x8405, ""), (FLUSH, "optional", 0xC406, ""),
@@ -336,14 +370,15 @@ MESSAGES = [
          (PATH_VECTOR, "optional", 0xC104, "when it is not empty")],
         [(0x0101, "0001"), (0x0100, PWID)],
         REJECTED + ", with U and F bit kept and written back",
-        [Rule("unknown TLV with U and F bit", OK, ["c123 [ abcd ]"])],
-        "Address List, FEC, MAC List, the one TLV of ulMacTlvType, PW tag, Path Vector, kept TLVs."),
+        [Rule("unknown TLV with U and F bit", OK, [f"0100 [ {PWID} ] c123 [ abcd ]"], "c123 [ abcd ]"),
+         NOT_KEPT, Rule(IGNORED_FEC, OK, [f"0100 [ {PWID} ] 0100 [ 7f ]"])],
+        [ADDR_LIST, FEC, MAC_LIST, PE_ID, FLUSH, VENDOR_FLUSH, FLAP, FLAP_FLAGS, PW_TAG, PATH_VECTOR, KEPT]),
     Message(
         "Label Mapping", 0x0400, "RFC 5036 section 3.5.7, RFC 8077 section 6",
         "Offers a label for a pseudowire.",
         [(FEC, "optional", 0x0100, "always"), (LABEL_TLV, "required", 0x0200, "always"),
          (REQ_ID, "optional", 0x0600, ""), (PW_STATUS, "optional", 0x896A, ""),
-         (INTF_PARA, "optional", 0x896B, "of FEC 128 as kept; of FEC 129 from the fields, without U bit"),
+         (INTF_PARA, "optional", (0x896B, 0x096B), "as kept; from the fields of FEC 129"),
          (GROUP_ID, "optional", 0x096C, "of FEC 129, not 0"), (SPE, "optional", 0x896D, ""),
          (MARKER, "optional", 0x3FED, "")],
         [(0x0100, PWID), (0x0200, LABEL)],
@@ -351,34 +386,42 @@ MESSAGES = [
         [Rule("the FEC element has no PW ID or no identifiers", err("NO_PW_ID"),
               ["0100 [ 80 0005 00 00000009 ] 0200 [ 00000010 ]", "0100 [ 81 0005 00 ] 0200 [ 00000010 ]"]),
          Rule("no Generic Label TLV", err("NO_LABEL"), [f"0100 [ {PWID} ]"]),
-         Rule("a second FEC TLV is ignored", OK,
-              [f"0100 [ {PWID} ] 0200 [ 00000010 ] 0100 [ 7f ]"])],
-        "FEC, Generic Label, Label Request Message ID, PW Status, of FEC 129 Interface Parameters and "
-        "PW Group ID, PW Switching Point, of FEC 128 Interface Parameters, marker."),
+         Rule(IGNORED_FEC, OK,
+              [f"0100 [ {PWID} ] 0200 [ 00000010 ] 0100 [ 7f ]"]),
+         Rule("FEC 129 with PW Group ID TLV", OK, [f"0100 [ {GEN_PWID} ] 0200 [ 00000010 ] 096c [ 00000007 ]"],
+              "096c [ 00000007 ]"),
+         Rule("FEC 128 with PW Group ID TLV: its group instead of the element's", OK,
+              [f"0100 [ {PWID} ] 0200 [ 00000010 ] 096c [ 00000007 ]"],
+              f"0100 [ 80 8005 08 00000007 {PW_ID} 0b040000 ] 0200 [ 00000010 ]"),
+         Rule("Interface Parameters in front of FEC 129", OK,
+              [f"096b [ ffff ] 0100 [ {GEN_PWID} ] 0200 [ 00000010 ]"], "896b [ ffff ]"),
+         Rule("marker with U bit", OK, [f"0100 [ {PWID} ] 0200 [ 00000010 ] bfed [ 00000000 ]"], "3fed [ 00000000 ]")],
+        [FEC, LABEL_TLV, REQ_ID, PW_STATUS, ("of FEC 129", INTF_PARA), GROUP_ID, SPE,
+         ("as they were kept", INTF_PARA), MARKER]),
     Message(
         "Label Request", 0x0401, "RFC 5036 section 3.5.8",
         "Asks for a label.",
         [(FEC, "optional", 0x0100, "always"), (GROUP_ID, "unknown", 0x096C, "FEC 129 without identifiers")],
         [(0x0100, PWID)], REJECTED,
-        [LATER_FEC, Rule("the FEC element has no PW ID or no identifiers", err("NO_PW_ID"),
+        [NOT_KEPT, *LATER_FEC, Rule("the FEC element has no PW ID or no identifiers", err("NO_PW_ID"),
                          ["0100 [ 80 0005 00 00000009 ]", "0100 [ 81 0005 00 ]"])],
-        "FEC, PW Group ID."),
+        [FEC, GROUP_ID]),
     Message(
         "Label Withdraw", 0x0402, "RFC 5036 section 3.5.10",
         "Takes back the label of a pseudowire, or of a group of them.",
         [(FEC, "optional", 0x0100, "always"), (LABEL_TLV, "optional", 0x0200, "when there is one"),
          (LABEL_ADDR, "optional", 0x8300, "when its word is not 0"),
          (GROUP_ID, "optional", 0x096C, "FEC 129 without identifiers")],
-        [(0x0100, PWID)], REJECTED, [LATER_FEC, GROUP_RULE],
-        "FEC, PW Group ID, Generic Label, address list."),
+        [(0x0100, PWID)], REJECTED, [*LATER_FEC, *GROUP_RULES],
+        [FEC, GROUP_ID, LABEL_TLV, LABEL_ADDR]),
     Message(
         "Label Release", 0x0403, "RFC 5036 section 3.5.11",
         "Gives a label back.",
         [(FEC, "optional", 0x0100, "always"), (LABEL_TLV, "optional", 0x0200, "when there is one"),
          (LABEL_ADDR, "optional", 0x8300, "when its word is neither 0 nor QOR_LDP_PKT_NONE"),
          (GROUP_ID, "optional", 0x096C, "FEC 129 without identifiers")],
-        [(0x0100, PWID)], "skipped", [LATER_FEC, GROUP_RULE],
-        "FEC, PW Group ID, Generic Label, address list."),
+        [(0x0100, PWID)], SKIPPED, [*LATER_FEC, *GROUP_RULES],
+        [FEC, GROUP_ID, LABEL_TLV, LABEL_ADDR]),
 ]
 
 # Of every message: header, length, overruns.
@@ -388,3 +431,6 @@ ANY_MESSAGE = [
     Rule("less than four octets where a TLV should begin, or a TLV that runs past the message",
          err("TLV_LEN"), ["0100 00", "0100 0005 01"]),
 ]
+
+# (message, TLV) that no decoded record leads to.
+NEVER_DECODED = [("Notification", RETURNED_MSG), ("Label Request", GROUP_ID)]

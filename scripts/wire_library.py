@@ -1,5 +1,6 @@
 """The codec of the built shared libraries, called from Python by scripts/wire-formats.py."""
 import ctypes
+import pathlib
 import re
 import struct
 
@@ -16,6 +17,15 @@ def octets(text):
         else:
             stack[-1] += bytes.fromhex(token)
     return stack[0]
+
+
+ABI = pathlib.Path(__file__).resolve().parent.parent / "tests/api/libqor.abi"
+BITS = dict(re.findall(r"<class-decl name='(\w+)' size-in-bits='(\d+)'", ABI.read_text()))
+
+
+def record(name, begin=b"", count=1):
+    """Room for records, that begin with some octets, else zero."""
+    return ctypes.create_string_buffer(begin, int(BITS[name]) // 8 * count)
 
 
 class Library:
@@ -36,23 +46,23 @@ class Library:
         report = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_char_p, ctypes.c_uint32)
         self.unreported = report(lambda user, file, line: None)
         self.host.HOST_POSIX_AssertSink(self.unreported, None)
-        log = ctypes.create_string_buffer(128)
-        log_context = self.qor.QOR_LOG_Init(log, log)
-        config = ctypes.create_string_buffer(struct.pack("=QQQ", 0, 1, log_context), 256)
+        log_context = self.qor.QOR_LOG_Init(record("QOR_LOG_CFG_S"), record("QOR_LOG_CFG_S"))
+        config = record("QOR_PKT_CTX_S", struct.pack("=QQQ", 0, 1, log_context))
         self.context = ctypes.c_void_p(self.qor.QOR_PKT_Init(config))
 
     def run(self, type_, body):
-        """Decodes a message. Returns the code and, when that is 0, what the record encodes to."""
+        """Decodes a message. Returns the code and, when that is 0, what the record encodes to behind the
+        message ID, None for nothing."""
         message = struct.pack(">HHI", type_, 4 + len(body), 1) + body
         received = ctypes.create_string_buffer(message, max(len(message), 8))
-        record = ctypes.create_string_buffer(1024)
-        code = self.qor.QOR_LDP_PKT_DecodeMsg(received, record, self.context)
-        written = b""
+        message = record("QOR_LDP_SIGNAL_MSG_S")
+        code = self.qor.QOR_LDP_PKT_DecodeMsg(received, message, self.context)
+        written = None
         if code == 0:
             out = ctypes.create_string_buffer(16384)
-            length = self.qor.QOR_LDP_PKT_EncodeMsg(out, record, self.context)
-            written = out.raw[8:length]
-        self.qor.QOR_LDP_PKT_FreeSignalMsg(record, self.context)
+            length = self.qor.QOR_LDP_PKT_EncodeMsg(out, message, self.context)
+            written = out.raw[8:length] if length else None
+        self.qor.QOR_LDP_PKT_FreeSignalMsg(message, self.context)
         return code, written
 
     def status(self, code):
