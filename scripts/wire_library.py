@@ -1,4 +1,5 @@
-"""The codec of the built shared libraries, called from Python by scripts/wire-formats.py."""
+"""The codec's headers, and the codec of the built shared libraries, called from Python, for
+scripts/wire-formats.py."""
 import ctypes
 import pathlib
 import re
@@ -19,8 +20,35 @@ def octets(text):
     return stack[0]
 
 
-ABI = pathlib.Path(__file__).resolve().parent.parent / "tests/api/libqor.abi"
-BITS = dict(re.findall(r"<class-decl name='(\w+)' size-in-bits='(\d+)'", ABI.read_text()))
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BITS = dict(re.findall(r"<class-decl name='(\w+)' size-in-bits='(\d+)'", (ROOT / "tests/api/libqor.abi").read_text()))
+
+
+# ---- What the headers say
+
+
+def codes():
+    """{name: (number, comment)} of the decoders' results, as the header defines them."""
+    header = (ROOT / "include/qor_pkt_record.h").read_text()
+    rows = re.findall(r"#define (QOR_LDP_ERR_\w+) UINT32_C\((0x\w+)\) +/\*\*< (.*?) \*/", header)
+    return {name: (int(number, 16), comment) for name, number, comment in rows}
+
+
+def statuses():
+    header = (ROOT / "include/qor_pkt_record.h").read_text()
+    return {int(v, 16): n for n, v in re.findall(r"#define (QOR_LDP_STATUS_\w+) UINT32_C\((0x\w+)\)", header)}
+
+
+def tlv_types():
+    """Those that the code has names for."""
+    private = (ROOT / "src/pkt/qor_pkt_ldp.hpp").read_text()
+    public = (ROOT / "include/qor_pkt_tlv.h").read_text()
+    names = re.findall(r"\bkTlv(?!TypeMask)\w+ = (0x\w+);", private) + re.findall(
+        r"QOR_LDP_TLV_\w+ UINT32_C\((0x\w+)\)", public)
+    return {int(number, 16) for number in names}
+
+
+# ---- Calls
 
 
 def record(name, begin=b"", count=1):
