@@ -107,9 +107,10 @@ def wire_page(_library):
 
 Every message, TLV, element and sub-TLV that the codec reads or writes: its octets, when it is
 refused and with which code, and how it is written. [Error codes](errors.md) tells the LDP status of
-each code. What the tables say is held against the built library by a test: examples of every rule, lengths
-up to 300 of a TLV that has only one, type word and order of what is written. Only two TLVs come from no
-decoded record and are not tried there: Returned Message, and PW Group ID in a Label Request.
+each code. What the tables say is held against the built library by a test: examples of every rule,
+lengths up to 300 of a TLV that has only one, type word and order of what is written. Only two TLVs
+come from no decoded record and are not tried there: Returned Message, and PW Group ID in a Label
+Request.
 
 All numbers are in network order. Bits are counted from the highest.
 
@@ -194,9 +195,9 @@ which ends the session.
         text += f"| 0x{number:08X} | `{name}` | {comment} | {status} | {'yes' if fatal else ''} | {links} |\n"
     return text + """
 Besides these, functions that return a code return `QOR_OK`, `QOR_FAIL` for a refused argument,
-`QOR_ERR_ARG` and `QOR_ERR_NO_MEM`; state machines, the queue and the black box have codes of their own
-in their headers. `qor::Message::decode` returns `QOR_ERR_ARG` when the octets do not hold the whole
-message. Where no status stands, nothing is sent to the peer.
+`QOR_ERR_ARG` and `QOR_ERR_NO_MEM`; state machines, the queue and the black box have codes of their
+own in their headers. `qor::Message::decode` returns `QOR_ERR_ARG` when the octets do not hold the
+whole message. Where no status stands, nothing is sent to the peer.
 """ + MADE
 
 
