@@ -6,8 +6,8 @@
 What a header of ours exports stands in it ("IWYU pragma: export"), what it takes of the system's
 headers in scripts/iwyu.imp.
 """
+import concurrent.futures
 import json
-import multiprocessing.pool
 import os
 import pathlib
 import re
@@ -42,7 +42,7 @@ def main():
         for unit in json.loads(pathlib.Path(build, "compile_commands.json").read_text()):
             if os.path.relpath(unit["file"], ROOT).split("/")[0] in FOLDERS:
                 units.setdefault(unit["file"], unit)
-    with multiprocessing.pool.ThreadPool(os.cpu_count()) as pool:
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         said = "\n".join(pool.map(look_at, units.values()))
     checked = set(re.findall(r"^\(?(\S+) has correct #includes|^The full include-list for (\S+):", said, re.M))
     wanted = set()
