@@ -4,7 +4,7 @@
 reference DIRECTORY HEADER...   the pages made of the headers, in their XML form, describe everything
                                 that is declared
 links DIRECTORY                 every link of a page in it leads to a file there, and to an anchor in
-                                that
+                                that; no page shows its own markup
 """
 import argparse
 import pathlib
@@ -20,6 +20,8 @@ from library_headers import declared
 TYPE = re.compile(r"^(?:class|struct|using) (\w+)(?! *;)", re.M)
 # What the class says already: how it is made, destroyed, called.
 SPECIAL = re.compile(r"~|operator")
+# A heading that is nothing but code comes out of Doxygen with its markup to be read.
+MARKUP = re.compile(r"</?(?:tt|code)>")
 
 
 def described(compound):
@@ -53,11 +55,11 @@ def reference(folder, headers):
 
 
 class Page(HTMLParser):
-    """What a page refers to, and its anchors."""
+    """What a page refers to, its anchors, and whether it shows its own markup."""
 
     def __init__(self, file):
         super().__init__()
-        self.links, self.anchors = set(), {""}
+        self.links, self.anchors, self.markup = set(), {""}, False
         self.feed(file.read_text())
 
     def handle_starttag(self, tag, attrs):
@@ -65,12 +67,17 @@ class Page(HTMLParser):
         self.links |= {attributes[name] for name in ("href", "src") if attributes.get(name)}
         self.anchors |= {attributes[name] for name in ("id", "name") if attributes.get(name)}
 
+    def handle_data(self, data):
+        self.markup = self.markup or MARKUP.search(data) is not None
+
 
 def links(folder, _):
     folder = folder.resolve()
     pages = {file: Page(file) for file in folder.glob("*.html")}
     faults = [] if len(pages) > 1 else ["no pages"]
     for file, page in pages.items():
+        if page.markup:
+            faults.append(f"{file.name}: shows its own markup")
         for link in page.links:
             url = urllib.parse.urlsplit(link)
             if url.scheme or url.netloc:
@@ -89,5 +96,6 @@ parser.add_argument("folder", type=pathlib.Path)
 parser.add_argument("headers", nargs="*")
 arguments = parser.parse_args()
 problems = globals()[arguments.check](arguments.folder, arguments.headers)
-print("\n".join(problems))
+for problem in problems:
+    print(problem)
 sys.exit(bool(problems))

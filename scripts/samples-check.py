@@ -139,7 +139,8 @@ def main():
         built += programs(name, text, blocks, args)
     if not built or not compared:
         faults.append("no sample found")
-    print("\n".join(faults))
+    for fault in faults:
+        print(fault)
     print(f"{built} programs built and run, {compared} pieces compared, {len(faults)} faults")
     return bool(faults)
 

@@ -218,7 +218,8 @@ def main():
     check = Check(library)
     check.run()
     faults += check.faults
-    print("\n".join(faults))
+    for fault in faults:
+        print(fault)
     print(f"{check.done} messages and TLVs tried, {len(faults)} faults")
     return bool(faults)
 
