@@ -11,6 +11,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "capture.hpp"
 #include "output.hpp"
@@ -151,6 +152,51 @@ TEST_F(SessionTest, FieldsAndReasonsOfEveryKind) {
     const std::string shown = Show(Message(0x0400, Fec({0x7F}) + kLabel) + Message(0x0401, kPwFec));
     EXPECT_NE(shown.find(R"("offset":31,"length":24,)"), std::string::npos) << shown;
     EXPECT_NE(shown.find(R"("id":1,"class":"pseudowire")"), std::string::npos) << shown;
+}
+
+// What is wrong with a stream and with packets is told where it stands, and counted.
+TEST_F(SessionTest, EventsAndCounts) {
+    const Octets pdu = PduOf(Message(0x0201, {})), faulty = U32(0x00020005) + pdu + Part(pdu, 0, 7);
+    const auto play = [&] {
+        out.Clear();
+        stats = {};
+        Session session(codec, *printer, stats, false);
+        session.Frame(DLT_RAW, Ipv4(6, Tcp(0, 2, {})), {});
+        session.Frame(DLT_RAW, Ipv4(6, Tcp(1, 0x18, faulty)), {});
+        session.Frame(DLT_RAW, Ipv4(6, Tcp(130, 0x18, pdu)), {});
+        session.Frame(DLT_RAW, Ipv4(6, U16(646)), {});
+        session.Frame(DLT_RAW, Ipv4(17, {1}, 2), {});
+        session.Frame(DLT_RAW, Ipv4(89, {1}), {});
+        session.Finish();
+        printer->Print(stats);
+        return std::string(out.Text());
+    };
+    const std::tuple<std::string, const char *, std::string, std::string, bool> rows[] = {
+        {"0", "pdu-header", "", "no LDP PDU where one should start", true},
+        {"0", "skipped", "4", "octets passed over in search of a PDU", false},
+        {"22", "cut-pdu", "7", "octets of a PDU whose end is missing", false},
+        {"29", "gap", "100", "octets missing in the capture", false}};
+    std::string json, text;
+    for (const auto &[offset, event, octets, told, malformed] : rows) {
+        json += R"({"kind":"event","time":"1970-01-01T00:00:00.000000Z","transport":"tcp",)"
+                R"("src":"10.0.0.1","src_port":50000,"dst":"10.0.0.2","dst_port":646,"stream":1,)"
+                R"("offset":)" +
+                offset + R"(,"event":")" + event + R"(","text":")" + told +
+                (octets.empty() ? "\"" : R"(","octets":)" + octets) +
+                (malformed ? ",\"malformed\":true}\n" : ",\"malformed\":false}\n");
+        text += "1970-01-01 00:00:00.000000 10.0.0.1:50000 > 10.0.0.2:646 " +
+                (malformed ? "MALFORMED: " : octets + ' ') + told + ", stream 1 octet " + offset +
+                '\n';
+    }
+    EXPECT_EQ(play(),
+              json + R"({"kind":"stats","messages":[{"type":513,"name":"KeepAlive","number":2,)"
+                     R"("pseudowire":0,"malformed":0}],"total":{"number":2,"pseudowire":0,)"
+                     R"("malformed":0},"errors":[],"packets":6,"ldp_packets":3,"cut_packets":1,)"
+                     R"("ip_fragments":1,"streams":1,"sessions":1,"dropped_streams":0,"gaps":1,)"
+                     R"("octets_lost":100,"octets_skipped":4,"cut_pdus":1,"framing_errors":1})"
+                     "\n");
+    printer = MakeTextPrinter(out, codec);
+    EXPECT_TRUE(play().starts_with(text + "message  ")) << out.Text();
 }
 
 TEST_F(SessionTest, StreamsAndTheirMemoryAreBounded) {
